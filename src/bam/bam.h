@@ -1,0 +1,135 @@
+// A BAM file: its stream, its header, its index, and, because the object is itself an Alignment,
+// its current record.
+//
+//   BAM in(Path(u"reads.bam"));
+//   while (in.next_alignment()) {
+//     std::cout << in.to_sam(in.header()) << '\n';
+//   }
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bam/bai.h"
+#include "core/bgzf.h"
+#include "core/path.h"
+#include "header/bam_header.h"
+#include "records/alignment.h"
+
+namespace readkit {
+
+/// Whether [a_beg, a_end) and [b_beg, b_end) overlap; intervals with the same begin always do.
+inline bool overlap(int a_beg, int a_end, int b_beg, int b_end) {
+  return a_beg == b_beg || (a_beg <= b_beg && b_beg < a_end) || (b_beg <= a_beg && a_beg < b_end);
+}
+
+/// Reader and writer of one BAM file; movable, closed by its destructor. Reading overwrites the
+/// inherited record, so two open files compare by their current records. Every operation that reads
+/// records raises InvalidBAMFormat with the file name for a record whose fields do not fit into it,
+/// and the stream's errors (see BGZF).
+class BAM : public Alignment {
+ public:
+  /// Opens for reading and reads the header. Raises FileNotFound and what BamHeader::read raises.
+  explicit BAM(const Path& path) : BAM(path, "r") {}
+  /// Opens with a mode of BGZF::open; a mode that contains an 'r' reads the header.
+  BAM(const Path& path, std::string_view mode);
+
+  /// Reads the next record; false at the end of the file, and for a last record cut short.
+  bool next_alignment();
+  /// Whether `next_alignment` (or another reader of records) has come to the end.
+  bool at_end() const { return at_end_; }
+  /// Seeks to the first record.
+  void rewind() { stream_.seek(first_record_); }
+
+  /// Write the header, and then the records, unflushed; true when the stream took all.
+  bool write(const BamHeader& header) { return header.write(stream_); }
+  bool write(const Alignment& record) { return record.write(stream_); }
+  /// Closes the stream, with the end-of-file marker in write mode; 0, or -1 on failure.
+  int close() { return stream_.close(); }
+
+  /// Whether the records are in coordinate order; reads from the first record to the first that is
+  /// not. The stream stays after the last record read.
+  bool is_sorted();
+
+  const BamHeader& header() const { return header_; }
+  const Path& path() const { return path_; }
+  /// The virtual offset of the first record.
+  std::uint64_t first_record() const { return first_record_; }
+  std::string get_ref_name(int id) const { return std::string(header_.get_ref(id).name()); }
+  std::uint32_t get_ref_len(int id) const { return header_.get_ref(id).l_ref; }
+  int get_num_refs() const { return header_.get_num_refs(); }
+  int get_ref_id(std::string_view name) const { return header_.get_ref_id(name); }
+  bool parse_region(const std::string& region, int* ref_id, int* beg, int* end) const {
+    return header_.parse_region(region, ref_id, beg, end);
+  }
+  const std::string& sam_header() const { return header_.text(); }
+
+  /// Order by current records; a file at its end comes after every file that still has one.
+  bool operator<(const BAM& other) const;
+  bool operator<=(const BAM& other) const;
+
+  // The binning scheme (see records/bins.h).
+  static int reg2bin(int beg, int end) { return readkit::reg2bin(beg, end); }
+  static std::vector<std::uint32_t> reg2bins(int beg, int end) {
+    return readkit::reg2bins(beg, end);
+  }
+  static int first_bin(int level) { return readkit::first_bin(level); }
+  static int parent_bin(int bin) { return readkit::parent_bin(bin); }
+
+  // ---- Index ----------------------------------------------------------------------------------
+
+  /// Builds the index from all records; true. Raises PositionTooBig, BAMUnsorted, and
+  /// ReferenceIDNotFound for a reference index beyond both the dictionary and 2^20.
+  bool build_index();
+  /// Writes the index; false when there is none. Raises as BAI::dump.
+  bool save_index(const Path& path) const;
+  /// Loads an index; false, and no index, when it is of another number of references than the
+  /// header. Raises as BAI::load.
+  bool load_index(const Path& path);
+  bool has_index() const { return has_index_; }
+  const BAI& index() const { return index_; }
+
+  // ---- Region queries: one at a time per object; regions are 0-based, [beg, end) ----------------
+
+  using Predicate = std::function<bool(const Alignment&)>;
+
+  /// Takes the chunks of the region from the index; does not seek.
+  void index_find_init(int ref, int beg, int end);
+  /// Reads the next record of those chunks, overlapping or not; false when there is none left.
+  bool index_next_alignment();
+  /// Ends the query.
+  void index_find_destroy();
+  /// Advances to the next record that overlaps the region, through the chunks when there is an
+  /// index, else from where the stream stands to the end of the file. Kept: an empty region [x, x)
+  /// yields the records that start at x.
+  bool find_next(int ref, int beg, int end);
+  /// Starts a query: sets up the chunks when there is an index, else seeks to the first record.
+  void find_init(int ref, int beg, int end);
+
+  /// Copies of the overlapping records in file order. Raises ReferenceIDNotFound with `ref` in
+  /// decimal when `ref` is greater than the number of references (kept: equal passes).
+  std::vector<Alignment> filter_overlapping(int ref, int beg, int end);
+  /// The same for records that `keep` accepts, without a check of `ref`. An empty `keep` raises
+  /// std::bad_function_call.
+  std::vector<Alignment> filter_overlapping(int ref, int beg, int end, const Predicate& keep);
+  /// Copies of all records of the file that `keep` accepts.
+  std::vector<Alignment> filter_all(const Predicate& keep);
+  /// The default mapping of a record to its start.
+  static int map_ref_start(const Alignment& record) { return record.pos(); }
+
+ private:
+  BGZF stream_;
+  BamHeader header_;
+  Path path_;
+  std::uint64_t first_record_ = 0;
+  bool at_end_ = false;
+  BAI index_;
+  bool has_index_ = false;
+  std::vector<Chunk> chunks_;  // of the current query
+  std::int32_t cur_chunk_ = -1;
+};
+
+}  // namespace readkit

@@ -1,0 +1,86 @@
+#include "core/file.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include <sys/types.h>
+
+namespace readkit {
+namespace {
+
+// A window grows with every refill that follows the one before it, so that a reader that jumps
+// about asks for little and one that reads on asks for much.
+constexpr std::size_t kFirstReadAhead = std::size_t{1} << 16;
+constexpr std::size_t kMostReadAhead = std::size_t{1} << 19;
+constexpr std::size_t kWriteBuffer = std::size_t{1} << 18;
+
+bool is_for_reading(const char* mode) { return std::strchr(mode, 'r') != nullptr; }
+
+}  // namespace
+
+File::File(const Path& path, const char* mode)
+    : handle_(std::fopen(path.native().c_str(), mode)), read_ahead_(kFirstReadAhead) {
+  if (!is_open()) return;
+  if (is_for_reading(mode)) {
+    std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
+    window_ = std::make_unique_for_overwrite<std::uint8_t[]>(kMaxPeek + kMostReadAhead);
+  } else {
+    std::setvbuf(handle_.get(), nullptr, _IOFBF, kWriteBuffer);
+  }
+}
+
+bool File::refill(std::size_t n) {
+  if (!is_open() || window_ == nullptr || n > kMaxPeek) return false;
+  std::memmove(window_.get(), window_.get() + next_, available());
+  fill_ = available();
+  next_ = 0;
+  const std::size_t wanted = std::max(n, read_ahead_);
+  const std::size_t got = std::fread(window_.get() + fill_, 1, wanted - fill_, handle_.get());
+  fill_ += got;
+  position_ += got;
+  read_ahead_ = std::min(2 * read_ahead_, kMostReadAhead);
+  return n <= fill_;
+}
+
+std::size_t File::read(void* to, std::size_t n) {
+  auto* out = static_cast<std::uint8_t*>(to);
+  std::size_t done = 0;
+  while (done < n) {
+    if (available() == 0 && !refill(1)) break;
+    const std::size_t piece = std::min(n - done, available());
+    std::memcpy(out + done, window_.get() + next_, piece);
+    skip(piece);
+    done += piece;
+  }
+  return done;
+}
+
+bool File::seek(std::uint64_t offset) {
+  if (!is_open()) return false;
+  const std::uint64_t window_start = position_ - fill_;
+  if (offset >= window_start && offset <= position_) {
+    next_ = static_cast<std::size_t>(offset - window_start);
+    return true;
+  }
+  if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return false;
+  if (fseeko(handle_.get(), static_cast<off_t>(offset), SEEK_SET) != 0) return false;
+  position_ = offset;
+  next_ = fill_ = 0;
+  read_ahead_ = kFirstReadAhead;
+  return true;
+}
+
+bool File::write(const void* from, std::size_t n) {
+  if (!is_open()) return false;
+  const std::size_t written = std::fwrite(from, 1, n, handle_.get());
+  position_ += written;
+  return written == n;
+}
+
+bool File::close() {
+  next_ = fill_ = 0;
+  return is_open() && std::fclose(handle_.release()) == 0;
+}
+
+}  // namespace readkit

@@ -1,0 +1,67 @@
+// The owner of an operating-system file, read through a window of its own and written through the
+// run-time library's buffer.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+#include "core/path.h"
+
+namespace readkit {
+
+/// One open file, or none. Offsets are bytes from the file's start. Failures are results, never
+/// exceptions: a closed file reads nothing and accepts nothing.
+class File {
+ public:
+  File() = default;
+  /// Opens `path` with a mode of the run-time library's fopen ("rb", "wb", "ab"...); look at
+  /// `is_open` for the outcome.
+  File(const Path& path, const char* mode);
+
+  bool is_open() const { return handle_ != nullptr; }
+
+  /// The next `n` bytes, in memory that stays valid until the next call, without taking them;
+  /// null when fewer are left (`available` tells how many). `n` is at most `kMaxPeek`.
+  const std::uint8_t* peek(std::size_t n) {
+    return n <= fill_ - next_ || refill(n) ? window_.get() + next_ : nullptr;
+  }
+  /// How many bytes the window holds beyond the read position.
+  std::size_t available() const { return fill_ - next_; }
+  /// Takes `n` bytes that `peek` has shown.
+  void skip(std::size_t n) { next_ += n; }
+  /// Reads up to `n` bytes; returns how many, fewer only at the end or on a read error.
+  std::size_t read(void* to, std::size_t n);
+  /// Positions the next read; false when the file cannot be positioned there.
+  bool seek(std::uint64_t offset);
+
+  /// Accepts `n` bytes; false when they could not all be taken.
+  bool write(const void* from, std::size_t n);
+
+  /// The offset of the next byte to read, or the number of bytes written.
+  std::uint64_t tell() const { return position_ - (fill_ - next_); }
+
+  /// Closes the file; false when none is open or when bytes could not be brought out.
+  bool close();
+
+  static constexpr std::size_t kMaxPeek = std::size_t{1} << 17;
+
+ private:
+  struct Closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  bool refill(std::size_t n);
+
+  std::unique_ptr<std::FILE, Closer> handle_;
+  // Reading: window_[next_, fill_) are the bytes that come next; position_ is the offset of
+  // window_[fill_]. Writing: position_ counts the bytes.
+  std::unique_ptr<std::uint8_t[]> window_;
+  std::size_t next_ = 0;
+  std::size_t fill_ = 0;
+  std::size_t read_ahead_ = 0;
+  std::uint64_t position_ = 0;
+};
+
+}  // namespace readkit

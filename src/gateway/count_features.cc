@@ -1,0 +1,254 @@
+// Per-record summaries of a BAM file: what counting reads by feature needs, and where the records
+// of a reference start.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "bam/bam.h"
+#include "core/errors.h"
+#include "gateway/arguments.h"
+#include "gateway/gateways.h"
+#include "gateway/results.h"
+
+namespace readkit {
+namespace {
+
+// ---- getFeatureCountData ------------------------------------------------------------------------
+
+enum MultiMapping : std::int64_t { kByNhTag = 1, kBySecondaryFlag = 2 };
+
+struct Filters {
+  std::int64_t multi_mapping = 0;
+  bool require_both_ends_mapped = false;
+  bool require_properly_mapped = false;
+  double min_quality = 0;
+};
+
+struct Tallies {
+  double total = 0;
+  double unmapped = 0;
+  double supplementary = 0;
+  double below_min_quality = 0;
+  double failed_pairing = 0;
+  double multi_mapped = 0;
+};
+
+// The records that pass, in file order. Their texts lie one behind the other in one string.
+struct KeptRecords {
+  std::string texts;
+  std::vector<std::uint32_t> name_lengths;
+  std::vector<std::uint32_t> cigar_lengths;
+  std::vector<std::int32_t> starts;  // 1-based
+  std::vector<std::int32_t> ends;    // 1-based, inclusive
+  std::vector<std::int32_t> references;
+  std::vector<std::int32_t> mate_starts;
+  std::vector<std::uint16_t> flags;
+
+  std::size_t size() const { return flags.size(); }
+  void add(const Alignment& record);
+};
+
+std::int32_t one_based(int position) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(position) + 1U);
+}
+
+void KeptRecords::add(const Alignment& record) {
+  const std::string_view name = record.read_name_text();
+  const std::string cigar = record.cigar_string();
+  texts += name;
+  texts += cigar;
+  name_lengths.push_back(static_cast<std::uint32_t>(name.size()));
+  cigar_lengths.push_back(static_cast<std::uint32_t>(cigar.size()));
+  starts.push_back(one_based(record.pos()));
+  ends.push_back(record.cigar_endpos());
+  references.push_back(record.ref_id());
+  mate_starts.push_back(one_based(record.next_pos()));
+  flags.push_back(static_cast<std::uint16_t>(record.flag()));
+}
+
+// Sorts records into the kept ones and five tallies, by filters in a fixed order.
+class FeatureCounter {
+ public:
+  explicit FeatureCounter(const Filters& filters) : filters_(filters) {}
+
+  void add(const Alignment& record) {
+    ++tallies_.total;
+    if (double* tally = rejecting_tally(record)) {
+      ++*tally;
+    } else {
+      kept_.add(record);
+    }
+  }
+
+  const Tallies& tallies() const { return tallies_; }
+  const KeptRecords& kept() const { return kept_; }
+  bool some_nh_missing() const { return some_nh_missing_; }
+  // Counting by NH was asked for, records were kept, and not one record had the field.
+  bool needs_nh() const {
+    return kept_.size() > 0 && filters_.multi_mapping == kByNhTag && all_nh_missing_;
+  }
+
+ private:
+  double* rejecting_tally(const Alignment& record) {
+    const int flag = record.flag();
+    if ((flag & record_format::kUnmapped) != 0) return &tallies_.unmapped;
+    if ((flag & record_format::kSupplementary) != 0) return &tallies_.supplementary;
+    // Kept: a threshold of 0 or less switches the quality test off.
+    if (filters_.min_quality > 0 && filters_.min_quality > record.mapq()) {
+      return &tallies_.below_min_quality;
+    }
+    if (fails_pairing(flag)) return &tallies_.failed_pairing;
+    if (is_multi_mapped(record)) return &tallies_.multi_mapped;
+    return nullptr;
+  }
+
+  bool fails_pairing(int flag) const {
+    const bool paired = (flag & record_format::kPaired) != 0;
+    const bool mate_unmapped = (flag & record_format::kMateUnmapped) != 0;
+    const bool proper = (flag & record_format::kProperlyPaired) != 0;
+    return (filters_.require_both_ends_mapped && paired && mate_unmapped) ||
+           (filters_.require_properly_mapped && paired && !proper);
+  }
+
+  bool is_multi_mapped(const Alignment& record) {
+    if (filters_.multi_mapping == kBySecondaryFlag) {
+      return (record.flag() & record_format::kSecondary) != 0;
+    }
+    if (filters_.multi_mapping != kByNhTag) return false;
+    const int hits = record.nh_tag();
+    if (hits < 0) {
+      some_nh_missing_ = true;
+      return false;
+    }
+    all_nh_missing_ = false;
+    return hits >= 2;
+  }
+
+  Filters filters_;
+  Tallies tallies_;
+  KeptRecords kept_;
+  bool some_nh_missing_ = false;
+  bool all_nh_missing_ = true;
+};
+
+// The first element of a plain, non-empty array of class `class_id`.
+double plain_scalar(const txArray* a, txClassID class_id, const char* option,
+                    const char* expected) {
+  if (txGetClassID(a) != class_id || !txIsRealDense(a) || txGetNumberOfElements(a) == 0) {
+    throw InvalidInputType(to_ustring(option), to_ustring(expected));
+  }
+  const double number = txGetScalar(a);
+  return std::isnan(number) ? 0.0 : number;
+}
+
+std::int64_t rounded(double number) {
+  constexpr double kLimit = 9.2e18;  // within 64 bits; no mode is this large
+  return std::llround(std::clamp(number, -kLimit, kLimit));
+}
+
+Filters filters_from(const txArray* const* options) {
+  Filters filters;
+  const auto number = [](const txArray* a, const char* option) {
+    return plain_scalar(a, txDOUBLE_CLASS, option, "double");
+  };
+  const auto truth = [](const txArray* a, const char* option) {
+    return plain_scalar(a, txLOGICAL_CLASS, option, "logical scalar") != 0;
+  };
+  filters.multi_mapping = rounded(number(options[0], "countMultiMapped"));
+  filters.require_both_ends_mapped = truth(options[1], "requireBothEndsMapped");
+  filters.require_properly_mapped = truth(options[2], "requireProperlyMapped");
+  filters.min_quality = number(options[3], "minQuality");
+  return filters;
+}
+
+matrix::Owned make_tallies(const Tallies& t) {
+  const double values[] = {t.unmapped,       t.supplementary, t.below_min_quality,
+                           t.failed_pairing, t.multi_mapped,  t.total};
+  matrix::Owned cells = make_cells(std::size(values));
+  for (std::size_t i = 0; i < std::size(values); ++i) {
+    txSetCell(cells.get(), i, txCreateDoubleScalar(values[i]));
+  }
+  return cells;
+}
+
+matrix::Owned make_reference_names(const KeptRecords& kept, const BAM& bam) {
+  matrix::Owned cells = make_cells(kept.size());
+  for (std::size_t row = 0; row < kept.size(); ++row) {
+    const int id = kept.references[row];
+    set_text(cells, row, id < 0 ? Alignment::FieldMissingStr : bam.header().get_ref(id).name());
+  }
+  return cells;
+}
+
+void make_text_outputs(const KeptRecords& kept, txArray** names_slot, txArray** cigars_slot) {
+  matrix::Owned names = make_cells(kept.size());
+  matrix::Owned cigars = make_cells(kept.size());
+  std::string_view rest(kept.texts);
+  for (std::size_t row = 0; row < kept.size(); ++row) {
+    set_text(names, row, rest.substr(0, kept.name_lengths[row]));
+    rest.remove_prefix(kept.name_lengths[row]);
+    set_text(cigars, row, rest.substr(0, kept.cigar_lengths[row]));
+    rest.remove_prefix(kept.cigar_lengths[row]);
+  }
+  set_output(names_slot, std::move(names));
+  set_output(cigars_slot, std::move(cigars));
+}
+
+// ---- getStartsInReference -----------------------------------------------------------------------
+
+struct RecordStarts {
+  std::vector<std::uint32_t> starts;  // 1-based
+  std::vector<std::uint32_t> ends;    // 1-based, inclusive
+  std::vector<std::uint16_t> flags;
+};
+
+}  // namespace
+
+// [names, cigars, starts, ends, references, flags, mateStarts, tallies, someNHMissing] =
+//     getFeatureCountData(bam, countMultiMapped, requireBothEndsMapped, requireProperlyMapped,
+//                         minQuality)
+void getFeatureCountData(int nlhs, txArray* plhs[], int nrhs, const txArray* prhs[]) {
+  validate_argcount(u"getFeatureCountData", nrhs, 5, 5, nlhs, 9);
+  FeatureCounter counter(filters_from(prhs + 1));
+  BAM bam(path_argument(prhs[0]));
+  bam.rewind();
+  while (bam.next_alignment()) counter.add(bam);
+  if (counter.needs_nh()) throw AllNHTagsMissing(bam.path().text());
+
+  const KeptRecords& kept = counter.kept();
+  make_text_outputs(kept, &plhs[0], &plhs[1]);
+  set_output(&plhs[2], make_column<std::int32_t>(kept.starts));
+  set_output(&plhs[3], make_column<std::int32_t>(kept.ends));
+  set_output(&plhs[4], make_reference_names(kept, bam));
+  set_output(&plhs[5], make_column<std::uint16_t>(kept.flags));
+  set_output(&plhs[6], make_column<std::int32_t>(kept.mate_starts));
+  set_output(&plhs[7], make_tallies(counter.tallies()));
+  set_output(&plhs[8], matrix::Owned(txCreateLogicalScalar(counter.some_nh_missing())));
+}
+
+// [starts, ends, flags] = getStartsInReference(bam, index, reference)
+void getStartsInReference(int nlhs, txArray* plhs[], int nrhs, const txArray* prhs[]) {
+  validate_argcount(u"getStartsInReference", nrhs, 3, 3, nlhs, 3);
+  const Path index_path = index_path_argument(prhs[1]);
+  const Path bam_path = path_argument(prhs[0]);
+  const std::int32_t reference = int32_argument(prhs[2], "reference");
+  BAM bam(bam_path);
+  bam.load_index(index_path);
+
+  RecordStarts records;
+  constexpr int kEnd = static_cast<int>(kMaxReferenceLength);
+  bam.find_init(reference, 0, kEnd);
+  while (bam.find_next(reference, 0, kEnd)) {
+    records.starts.push_back(static_cast<std::uint32_t>(bam.pos()) + 1);
+    records.ends.push_back(static_cast<std::uint32_t>(bam.cigar_endpos()));
+    records.flags.push_back(static_cast<std::uint16_t>(bam.flag()));
+  }
+  if (nlhs >= 1) set_output(&plhs[0], make_column<std::uint32_t>(records.starts));
+  if (nlhs >= 2) set_output(&plhs[1], make_column<std::uint32_t>(records.ends));
+  if (nlhs >= 3) set_output(&plhs[2], make_column<std::uint16_t>(records.flags));
+}
+
+}  // namespace readkit

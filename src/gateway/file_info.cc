@@ -1,0 +1,80 @@
+// Whether a file is sorted, and how many records each reference has.
+#include <algorithm>
+#include <vector>
+
+#include "bam/bam.h"
+#include "core/errors.h"
+#include "gateway/arguments.h"
+#include "gateway/gateways.h"
+#include "gateway/results.h"
+
+namespace readkit {
+namespace {
+
+// The state of a whole-file scan: counts by reference index + 1, and the order of what has come.
+class RecordTally {
+ public:
+  explicit RecordTally(int num_refs) : limit_(std::max(num_refs, kReferenceLimit)) {}
+
+  /// Raises ReferenceIDNotFound for an index beyond both the dictionary and 2^20.
+  void add(const Alignment& record) {
+    count(record.ref_id());
+    check_order(record.ref_id(), record.pos());
+  }
+
+  bool sorted() const { return sorted_; }
+  const std::vector<double>& counts() const { return counts_; }
+
+ private:
+  static constexpr int kReferenceLimit = 1 << 20;
+
+  void count(int ref) {
+    if (ref >= limit_) throw ReferenceIDNotFound(to_ustring(ref));
+    const auto slot = static_cast<std::size_t>(std::max(ref, -1) + 1);
+    if (counts_.size() <= slot) counts_.resize(slot + 1);
+    ++counts_[slot];
+  }
+
+  void check_order(int ref, int pos) {
+    if (ref == previous_ref_) {
+      if (ref >= 0 && pos < previous_pos_) {
+        sorted_ = false;
+      } else {
+        previous_pos_ = pos;
+      }
+    } else if (ref < 0) {
+      previous_ref_ = -1;
+      previous_pos_ = 0;
+    } else if (ref <= previous_ref_ || previous_ref_ == -1) {
+      sorted_ = false;
+    } else {
+      previous_ref_ = ref;
+      previous_pos_ = pos;
+    }
+  }
+
+  int limit_;
+  int previous_ref_ = -2;
+  int previous_pos_ = 0;
+  bool sorted_ = true;
+  std::vector<double> counts_;
+};
+
+}  // namespace
+
+// [sorted, counts] = bamInfo(bam)
+void bamInfo(int nlhs, txArray* plhs[], int nrhs, const txArray* prhs[]) {
+  validate_argcount(u"bamInfo", nrhs, 1, 1, nlhs, 2);
+  BAM bam(path_argument(prhs[0]));
+  if (nlhs == 1) {
+    set_output(&plhs[0], matrix::Owned(txCreateLogicalScalar(bam.is_sorted())));
+  } else if (nlhs == 2) {
+    RecordTally tally(bam.get_num_refs());
+    bam.rewind();
+    while (bam.next_alignment()) tally.add(bam);
+    set_output(&plhs[0], matrix::Owned(txCreateLogicalScalar(tally.sorted())));
+    set_output(&plhs[1], make_column<double>(tally.counts()));
+  }
+}
+
+}  // namespace readkit

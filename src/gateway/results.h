@@ -1,0 +1,57 @@
+// From the library's types to host arrays.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "gateway/tx_array.h"
+
+namespace readkit {
+
+/// The host class that stores values of type T.
+template <typename T>
+inline constexpr txClassID kClassOf = txUNKNOWN_CLASS;
+template <>
+inline constexpr txClassID kClassOf<std::uint8_t> = txUINT8_CLASS;
+template <>
+inline constexpr txClassID kClassOf<std::uint16_t> = txUINT16_CLASS;
+template <>
+inline constexpr txClassID kClassOf<std::int32_t> = txINT32_CLASS;
+template <>
+inline constexpr txClassID kClassOf<std::uint32_t> = txUINT32_CLASS;
+template <>
+inline constexpr txClassID kClassOf<double> = txDOUBLE_CLASS;
+
+/// A column of zeros of the class of T, with `rows` rows.
+template <typename T>
+matrix::Owned make_column(std::size_t rows) {
+  return matrix::Owned(txCreateNumericMatrix(rows, 1, kClassOf<T>, txREAL));
+}
+/// The elements of a column that `make_column<T>` made.
+template <typename T>
+T* column_data(const matrix::Owned& column) {
+  return static_cast<T*>(txGetData(column.get()));
+}
+/// A column with these elements.
+template <typename T>
+matrix::Owned make_column(std::span<const T> values) {
+  matrix::Owned column = make_column<T>(values.size());
+  std::copy(values.begin(), values.end(), column_data<T>(column));
+  return column;
+}
+
+/// A column of `rows` empty cells.
+matrix::Owned make_cells(std::size_t rows);
+/// Stores `bytes` as a character row vector in row `row` of a cell column.
+void set_text(const matrix::Owned& cells, std::size_t row, std::string_view bytes);
+
+/// Stores a result in an output slot, which then owns it.
+inline void set_output(txArray** slot, matrix::Owned result) {
+  *slot = matrix::to_tessel(std::move(result));
+}
+
+}  // namespace readkit

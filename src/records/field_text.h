@@ -1,0 +1,23 @@
+// CIGAR, sequence and qualities of a record as SAM text.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace readkit {
+
+/// The most characters of one CIGAR op: nine digits and a letter.
+inline constexpr std::size_t kMaxCigarOpText = 10;
+
+/// Writes `count` ops, each as its length and letter, at `out`, which has room for `count` *
+/// `kMaxCigarOpText`; returns the end. A code without a letter prints as '?'.
+char* write_cigar(const std::uint8_t* ops, int count, char* out);
+
+/// Writes `count` letters, high nibble first, at `out`.
+void write_bases(const std::uint8_t* packed, std::size_t count, char* out);
+
+/// Writes `count` qualities plus 33, modulo 256, at `out`; returns false when all of them are 0xFF,
+/// the mark of missing qualities.
+bool write_qualities(const std::uint8_t* qualities, std::size_t count, char* out);
+
+}  // namespace readkit
