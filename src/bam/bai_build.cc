@@ -156,12 +156,13 @@ void BAI::compress_index(int ref) {
   BinMap& bins = index.bins;
   for (int level = kBinLevels; level >= 1; --level) {
     for (const std::uint32_t number : bins_from_level(bins, level)) {
-      const auto entry = bins.find(number);
-      RefIdxBin bin = entry->second;
-      if (level < kBinLevels && bin.chunks.size() >= 2) bin.sort_chunks();
       const auto parent =
           bins.find(static_cast<std::uint32_t>(parent_bin(static_cast<int>(number))));
-      if (!fits_into_parent(bin) || parent == bins.end()) continue;
+      if (parent == bins.end()) continue;
+      const auto entry = bins.find(number);
+      RefIdxBin bin = entry->second;  // a bin that stays keeps its order of chunks
+      if (level < kBinLevels && bin.chunks.size() >= 2) bin.sort_chunks();
+      if (!fits_into_parent(bin)) continue;
       std::vector<Chunk>& chunks = parent->second.chunks;
       chunks.insert(chunks.end(), bin.chunks.begin(), bin.chunks.end());
       parent->second.n_chunk += bin.n_chunk;

@@ -11,7 +11,7 @@ namespace {
 
 // The lowest level whose output is at most 1 % larger than zlib's at its default level, summed over
 // real alignment files (docs/performance.md has the table).
-constexpr int kLevel = 6;
+constexpr int kLevel = 5;
 
 struct FreeCompressor {
   void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
