@@ -8,6 +8,4 @@ MsgIdException::MsgIdException(std::string component, std::string kind, ErrorArg
       arguments_(std::move(arguments)),
       id_(component_ + ":" + kind_) {}
 
-MsgIdException::~MsgIdException() = default;
-
 }  // namespace readkit

@@ -25,7 +25,8 @@ class READKIT_EXPORT MsgIdException : public std::exception {
   MsgIdException(std::string component, std::string kind, ErrorArguments arguments = {});
   MsgIdException(const MsgIdException&) = default;
   MsgIdException& operator=(const MsgIdException&) = default;
-  ~MsgIdException() override;
+  /// Inline, so that a host and a library in one process may each hold the class.
+  ~MsgIdException() override = default;
 
   /// The full message identifier, for example "seqlab:readkit:InvalidRegion".
   const std::string& get_error_id() const { return id_; }

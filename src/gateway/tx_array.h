@@ -93,14 +93,15 @@ READKIT_EXPORT txArray* txCreateNumericMatrix(std::size_t m, std::size_t n, txCl
 // ---- Changing an array -------------------------------------------------------------------------
 
 /// Stores `value` at linear `index` of `cell`, which takes ownership of it (and destroys what was
-/// there). REQUIRES: `cell` is a cell array and `index` lies within it.
+/// there). REQUIRES: `cell` is a cell array and `index` lies within it; a host that finds otherwise
+/// raises an error and leaves `value` with the caller.
 READKIT_EXPORT void txSetCell(txArray* cell, std::size_t index, txArray* value);
 /// Change the row and the column count in place, without touching the data block. REQUIRES: the
 /// data block is large enough for the new shape.
 READKIT_EXPORT void txSetM(txArray* a, std::size_t m);
 READKIT_EXPORT void txSetN(txArray* a, std::size_t n);
 /// Gives the numeric array `a` the data block `data`, which must come from `txCalloc` or
-/// `txRealloc` and becomes the array's; the old block is freed.
+/// `txRealloc`, covers the array's present shape, and becomes the array's; the old block is freed.
 READKIT_EXPORT void txSetPr(txArray* a, void* data);
 
 // ---- Host memory -------------------------------------------------------------------------------

@@ -85,7 +85,8 @@ class Alignment {
   /// The first CIGAR op. Kept: the offset 32 + `l_read_name` is computed in 8 bits, so it wraps for
   /// names of 224 bytes or more, while the fields behind the CIGAR are found by their true offset.
   const std::uint8_t* cigar_bytes() const {
-    return data_.get() + static_cast<std::uint8_t>(record_format::kName + l_read_name());
+    return data_.get() +
+           static_cast<std::uint8_t>(record_format::kName + data_[record_format::kNameLength]);
   }
   const std::uint8_t* seq_bytes() const {
     return data_.get() + record_format::kName + l_read_name() + 4 * n_cigar_op();
