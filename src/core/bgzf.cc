@@ -89,8 +89,10 @@ int BGZF::read_block() {
 }
 
 std::size_t BGZF::inflate_block(const std::uint8_t* block, std::size_t block_size) {
+  const auto stated_size =
+      load<std::uint32_t>(block + block_size - sizeof(std::uint32_t));  // ISIZE
   const auto size = inflate_raw({block + kBlockHeaderSize, block_size - kBlockHeaderSize},
-                                {data_.get(), kMaxBlockData});
+                                {data_.get(), kMaxBlockData}, stated_size);
   if (!size) throw ZLIBInflate(path_.text());
   return *size;
 }

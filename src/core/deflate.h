@@ -9,11 +9,17 @@
 
 namespace readkit {
 
+/// A stated size that no data has: leaves every judgement to zlib.
+inline constexpr std::size_t kSizeUnknown = ~std::size_t{0};
+
 /// Raw inflate of one deflate stream that starts at `in` and ends somewhere within it; bytes after
 /// its end are ignored. Returns the bytes produced, or nothing when the stream is damaged, does not
-/// end within `in`, or does not fit into `out`.
+/// end within `in`, or does not fit into `out`. The outcome is zlib's. A faster decoder, which
+/// takes some streams that zlib refuses, is believed only when it produces `stated_size` bytes, the
+/// size that a trailer gives.
 std::optional<std::size_t> inflate_raw(std::span<const std::uint8_t> in,
-                                       std::span<std::uint8_t> out);
+                                       std::span<std::uint8_t> out,
+                                       std::size_t stated_size = kSizeUnknown);
 
 /// Raw deflate of `in` into one stream. Returns the bytes produced, or nothing when they do not fit
 /// into `out`. The flavours of the library differ in this function alone: deflate_exact.cc defines

@@ -42,14 +42,13 @@ int bgzf_uncompress(std::uint8_t* out, std::size_t* out_size, const std::uint8_t
 }
 
 std::optional<std::size_t> inflate_raw(std::span<const std::uint8_t> in,
-                                       std::span<std::uint8_t> out) {
+                                       std::span<std::uint8_t> out, std::size_t stated_size) {
   std::size_t used = 0;
   std::size_t produced = 0;
-  if (libdeflate_deflate_decompress_ex(decompressor(), in.data(), in.size(), out.data(), out.size(),
-                                       &used, &produced) == LIBDEFLATE_SUCCESS) {
-    return produced;
-  }
-  // The faster decoder's refusal is not the last word: zlib's is.
+  const libdeflate_result result = libdeflate_deflate_decompress_ex(
+      decompressor(), in.data(), in.size(), out.data(), out.size(), &used, &produced);
+  if (result == LIBDEFLATE_SUCCESS && produced == stated_size) return produced;
+  // Anything else may be damage, on which zlib's judgement counts.
   produced = out.size();
   if (bgzf_uncompress(out.data(), &produced, in.data(), in.size()) != 0) return std::nullopt;
   return produced;

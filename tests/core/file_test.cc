@@ -1,0 +1,196 @@
+#include "core/file.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "support/random_data.h"
+#include "support/temp_dir.h"
+
+namespace readkit {
+namespace {
+
+std::string take(File& file, std::size_t size) {
+  std::string bytes(size, '\0');
+  bytes.resize(file.read(bytes.data(), size));
+  return bytes;
+}
+
+TEST(File, ClosedFileReadsNothingAndAcceptsNothing) {
+  File file;
+  EXPECT_FALSE(file.is_open());
+  EXPECT_EQ(file.peek(1), nullptr);
+  EXPECT_EQ(take(file, 5), "");
+  EXPECT_FALSE(file.write("x", 1));
+  EXPECT_FALSE(file.seek(0));
+  EXPECT_FALSE(file.close());
+  EXPECT_EQ(file.tell(), 0u);
+}
+
+TEST(File, FileThatCannotBeOpenedIsClosed) {
+  const TempDir folder;
+  EXPECT_FALSE(File(folder.path("missing"), "rb").is_open());
+  EXPECT_FALSE(File(folder.path("missing/out"), "wb").is_open());
+}
+
+TEST(File, PeekShowsBytesWithoutTakingThem) {
+  const TempDir folder;
+  File file(folder.write("f", "abcdef"), "rb");
+  const std::uint8_t* bytes = file.peek(4);
+  ASSERT_NE(bytes, nullptr);
+  EXPECT_EQ(std::string(bytes, bytes + 4), "abcd");
+  EXPECT_EQ(file.tell(), 0u);
+  file.skip(2);
+  EXPECT_EQ(file.tell(), 2u);
+  EXPECT_EQ(take(file, 3), "cde");
+}
+
+TEST(File, PeekBeyondTheEndShowsNothingAndTellsHowMuchIsLeft) {
+  const TempDir folder;
+  File file(folder.write("f", "abcdef"), "rb");
+  EXPECT_EQ(take(file, 2), "ab");
+  EXPECT_EQ(file.peek(5), nullptr);
+  EXPECT_EQ(file.available(), 4u);
+  EXPECT_EQ(take(file, 9), "cdef");
+  EXPECT_EQ(file.peek(1), nullptr);
+  EXPECT_EQ(file.available(), 0u);
+  EXPECT_EQ(file.tell(), 6u);
+}
+
+TEST(File, PeekIsLimited) {
+  const TempDir folder;
+  File file(folder.write("f", std::string(2 * File::kMaxPeek, 'x')), "rb");
+  EXPECT_NE(file.peek(File::kMaxPeek), nullptr);
+  EXPECT_EQ(file.peek(File::kMaxPeek + 1), nullptr);
+}
+
+TEST(File, LargeFileIsReadInPiecesOfAnySize) {
+  const TempDir folder;
+  Random random(20);
+  const std::string content = random_bytes(random, 3 << 20);
+  File file(folder.write("f", content), "rb");
+  std::string found;
+  while (found.size() < content.size()) {
+    const std::size_t size = random() % 100000 + 1;
+    if (random() % 2 == 0 && size <= content.size() - found.size()) {
+      const std::uint8_t* bytes = file.peek(size);
+      ASSERT_NE(bytes, nullptr);
+      found.append(bytes, bytes + size);
+      file.skip(size);
+    } else {
+      found += take(file, size);
+    }
+    ASSERT_EQ(file.tell(), found.size());
+  }
+  EXPECT_TRUE(found == content);
+}
+
+TEST(File, SeekPositionsTheNextReadAnywhere) {
+  const TempDir folder;
+  Random random(21);
+  const std::string content = random_bytes(random, 2 << 20);
+  File file(folder.write("f", content), "rb");
+  for (int i = 0; i < 300; ++i) {
+    const std::size_t offset = random() % (content.size() + 1);
+    ASSERT_TRUE(file.seek(offset));
+    ASSERT_EQ(file.tell(), offset);
+    const std::size_t size = random() % 3000;
+    ASSERT_TRUE(take(file, size) == content.substr(offset, size)) << offset;
+  }
+}
+
+TEST(File, SeekBeyondTheEndReadsNothing) {
+  const TempDir folder;
+  File file(folder.write("f", "abc"), "rb");
+  EXPECT_TRUE(file.seek(1000));
+  EXPECT_EQ(take(file, 1), "");
+  EXPECT_TRUE(file.seek(1));
+  EXPECT_EQ(take(file, 5), "bc");
+}
+
+TEST(File, OffsetBeyondTheSystemsRangeCannotBeSeekedTo) {
+  const TempDir folder;
+  File file(folder.write("f", "abc"), "rb");
+  EXPECT_FALSE(file.seek(~std::uint64_t{0}));
+  EXPECT_EQ(take(file, 3), "abc");
+}
+
+TEST(File, WhatIsWrittenIsInTheFileAfterClose) {
+  const TempDir folder;
+  File file(folder.path("f"), "wb");
+  EXPECT_TRUE(file.write("abc", 3));
+  EXPECT_TRUE(file.write("", 0));
+  EXPECT_TRUE(file.write("de", 2));
+  EXPECT_EQ(file.tell(), 5u);
+  EXPECT_TRUE(file.close());
+  EXPECT_FALSE(file.is_open());
+  EXPECT_EQ(folder.read("f"), "abcde");
+  EXPECT_FALSE(file.close());
+}
+
+TEST(File, AppendKeepsWhatWasThere) {
+  const TempDir folder;
+  File file(folder.write("f", "abc"), "ab");
+  EXPECT_TRUE(file.write("de", 2));
+  EXPECT_TRUE(file.close());
+  EXPECT_EQ(folder.read("f"), "abcde");
+}
+
+TEST(File, FullDeviceFailsAtTheLatestOnClose) {
+  if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "this system has no /dev/full";
+  File file(Path(u"/dev/full"), "wb");
+  ASSERT_TRUE(file.is_open());
+  file.write("abc", 3);
+  EXPECT_FALSE(file.close());
+}
+
+TEST(File, FileOpenForReadingAcceptsNothing) {
+  const TempDir folder;
+  File file(folder.write("f", "abc"), "rb");
+  EXPECT_FALSE(file.write("x", 1));
+  file.close();
+  EXPECT_EQ(folder.read("f"), "abc");
+}
+
+TEST(File, FolderOpensAndReadsNothing) {
+  const TempDir folder;
+  File file(to_path(folder.folder()), "rb");
+  EXPECT_EQ(take(file, 1), "");
+}
+
+TEST(File, MovedFileGoesOnWhereItWas) {
+  const TempDir folder;
+  File first(folder.write("f", "abcdef"), "rb");
+  EXPECT_EQ(take(first, 2), "ab");
+  File second = std::move(first);
+  EXPECT_FALSE(first.is_open());
+  EXPECT_EQ(second.tell(), 2u);
+  EXPECT_EQ(take(second, 9), "cdef");
+  first = std::move(second);
+  EXPECT_TRUE(first.seek(1));
+  EXPECT_EQ(take(first, 2), "bc");
+}
+
+TEST(File, PipeIsReadButCannotBePositioned) {
+  const TempDir folder;
+  const std::string name = folder.native("pipe");
+  ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
+  const int writer = open(name.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_GE(writer, 0);
+  ASSERT_EQ(write(writer, "abcdef", 6), 6);
+  File file(folder.path("pipe"), "rb");
+  close(writer);
+  EXPECT_EQ(take(file, 3), "abc");
+  EXPECT_TRUE(file.seek(1));  // still in memory
+  EXPECT_EQ(take(file, 2), "bc");
+  EXPECT_FALSE(file.seek(100));
+}
+
+}  // namespace
+}  // namespace readkit

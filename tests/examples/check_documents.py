@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Checks that the documents say what the sources say.
+
+    check_documents.py ROOT
+
+- docs/errors.md lists the kinds of src/core/errors.h in their order, and every text of the host's
+  message catalog as it stands.
+- docs/gateway.md describes every registered function, or lists it as not built yet.
+- Tests that documents name exist.
+- Links between files lead to files.
+"""
+
+import pathlib
+import re
+import sys
+
+STRINGS = r'((?:"(?:[^"\\]|\\.)*"\s*)+)'
+
+
+def joined(literals):
+    """The text of adjacent C++ string literals."""
+    return "".join(re.findall(r'"((?:[^"\\]|\\.)*)"', literals)).replace('\\"', '"')
+
+
+def error_kinds(root):
+    text = (root / "src/core/errors.h").read_text(encoding="utf-8")
+    macro = r'^READKIT_ERROR_KIND(?:_WITH_TEXT)?\(\s*"([^"]+)",\s*(\w+)'
+    written_out = r'MsgIdException\("([^"]+)",\s*"(\w+)"'
+    return [":".join(filter(None, match.groups()))
+            for match in re.finditer(f"{macro}|{written_out}", text, re.MULTILINE)]
+
+
+def catalog(root):
+    """(identifier, texts) of every entry."""
+    source = (root / "host/catalog.cc").read_text(encoding="utf-8")
+    entry = re.compile(r"\{" + STRINGS + r",\s*" + STRINGS + r",\s*(?:\{\}|" + STRINGS + r")\}")
+    return [(joined(match.group(1)), [joined(text) for text in match.groups()[1:] if text])
+            for match in entry.finditer(source)]
+
+
+def check_errors(root):
+    document = (root / "docs/errors.md").read_text(encoding="utf-8")
+    kinds, entries = error_kinds(root), catalog(root)
+    if len(kinds) < 30 or not set(kinds) <= {identifier for identifier, _ in entries}:
+        yield "errors.h or catalog.cc could not be understood"
+    listed = [kind for kind in re.findall(r"^\| `([^`]+)`", document, re.MULTILINE)
+              if kind in kinds]
+    if listed != kinds:
+        yield f"docs/errors.md: the kinds or their order differ: {listed} instead of {kinds}"
+    for identifier, texts in entries:
+        if f"`{identifier}`" not in document:
+            yield f"docs/errors.md: {identifier} is missing"
+        for text in texts:
+            if text != "{0}" and text not in document:
+                yield f"docs/errors.md: {identifier} lacks the text '{text}'"
+
+
+def check_gateways(root):
+    document = (root / "docs/gateway.md").read_text(encoding="utf-8")
+    described, _, rest = document.partition("\n## Not built yet\n")
+    entries = (root / "src/gateway/entry_points.cc").read_text(encoding="utf-8")
+    registered = re.findall(r'\{"(\w+)", \w+\}', entries)
+    pending = root / "src/gateway/pending.cc"
+    missing = re.findall(r"^READKIT_PENDING_GATEWAY\((\w+)\)", pending.read_text(encoding="utf-8"),
+                         re.MULTILINE) if pending.exists() else []
+    if len(registered) != 17:
+        yield f"entry_points.cc could not be understood: {registered}"
+    for name in missing:
+        if f"`{name}`" not in rest:
+            yield f"docs/gateway.md: {name} is not listed as not built yet"
+    for name in set(registered) - set(missing):
+        if f"\n### {name}\n" not in described:
+            yield f"docs/gateway.md: {name} is not described"
+
+
+def documents(root):
+    return [*root.glob("*.md"), *root.glob("docs/**/*.md")]
+
+
+def check_test_names(root):
+    tests = set()
+    for path in root.glob("tests/**/*_test.cc"):
+        text = path.read_text(encoding="utf-8")
+        tests |= {".".join(pair) for pair in
+                  re.findall(r"^TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)", text, re.MULTILINE)}
+    for path in documents(root):
+        for name in re.findall(r"`([A-Z]\w+\.[A-Z]\w+)`", path.read_text(encoding="utf-8")):
+            if name not in tests:
+                yield f"{path.relative_to(root)}: there is no test {name}"
+
+
+def check_links(root):
+    for path in documents(root):
+        text = re.sub(r"^```.*?^```", "", path.read_text(encoding="utf-8"),
+                      flags=re.MULTILINE | re.DOTALL)
+        for link in re.findall(r"\]\(([^)#\s]+)(?:#[^)]*)?\)", text):
+            if "://" not in link and not (path.parent / link).exists():
+                yield f"{path.relative_to(root)}: {link} does not exist"
+
+
+def main():
+    root = pathlib.Path(sys.argv[1]).resolve()
+    wrong = [complaint for check in (check_errors, check_gateways, check_test_names, check_links)
+             for complaint in check(root)]
+    print("\n".join(wrong))
+    return 1 if wrong else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

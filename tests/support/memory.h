@@ -1,0 +1,22 @@
+// How much memory a step takes, for tests of what damaged counts must not make the library take.
+#pragma once
+
+#include <cstddef>
+
+namespace readkit {
+
+/// The most bytes of address space that this process has had so far, touched or not.
+std::size_t peak_memory();
+
+/// Runs `step` and returns by how much it raised that peak.
+template <typename Step>
+std::size_t memory_growth(const Step& step) {
+  const std::size_t before = peak_memory();
+  step();
+  return peak_memory() - before;
+}
+
+/// What no step of a test here needs.
+inline constexpr std::size_t kMuchMemory = std::size_t{256} << 20;
+
+}  // namespace readkit

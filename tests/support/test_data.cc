@@ -1,0 +1,58 @@
+#include "support/test_data.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <string_view>
+
+namespace readkit {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> files(const std::string& subfolder,
+                               const std::vector<std::string_view>& endings) {
+  std::vector<std::string> found;
+  const fs::path folder = fs::path(test_data_folder()) / subfolder;
+  if (!fs::is_directory(folder)) return found;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    const std::string name = entry.path().string();
+    const auto ends_so = [&](std::string_view ending) { return name.ends_with(ending); };
+    if (entry.is_regular_file() && std::any_of(endings.begin(), endings.end(), ends_so)) {
+      found.push_back(name);
+    }
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+}  // namespace
+
+std::string test_data_folder() {
+  const char* named = std::getenv("READKIT_TEST_DATA");
+  const fs::path folder = named != nullptr
+                              ? fs::path(named)
+                              : fs::path(READKIT_SOURCE_DIR).parent_path() / "shared" / "data";
+  return fs::is_directory(folder) ? folder.string() : std::string();
+}
+
+std::vector<std::string> bam_files() { return files("bam", {".bam"}); }
+
+std::vector<std::string> sam_files() { return files("sam", {".sam"}); }
+
+std::vector<std::string> bai_files() {
+  std::vector<std::string> found = files("bam", {".bai"});
+  const std::vector<std::string> alone = files("bai_only", {".bai"});
+  found.insert(found.end(), alone.begin(), alone.end());
+  return found;
+}
+
+std::vector<std::string> fastq_files() { return files("fastq", {".fq", ".fastq", ".txt"}); }
+
+std::vector<std::string> invalid_files() { return files("invalid", {""}); }
+
+std::string test_file(const std::string& name) {
+  return (fs::path(test_data_folder()) / name).string();
+}
+
+}  // namespace readkit
