@@ -70,6 +70,7 @@ Owned make_struct_array(const Dims& dims, std::vector<std::string> field_names) 
 
 Owned make_struct(std::vector<std::pair<std::string, Owned>> fields) {
   std::vector<std::string> names;
+  names.reserve(fields.size());
   for (const auto& field : fields) names.push_back(field.first);
   Owned a = make_struct_array({1, 1}, std::move(names));
   for (auto& [name, value] : fields) set_field(a.get(), 0, name, std::move(value));

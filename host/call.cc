@@ -101,6 +101,7 @@ std::vector<Owned> call(const Function& function, int nlhs,
 
 std::vector<Owned> call(const Function& function, int nlhs, const std::vector<Owned>& inputs) {
   std::vector<const txArray*> arrays;
+  arrays.reserve(inputs.size());
   for (const Owned& input : inputs) arrays.push_back(input.get());
   return call(function, nlhs, std::span<const txArray* const>(arrays));
 }

@@ -140,7 +140,7 @@ bool BAI::load(const Path& path) {
 bool BAM::build_index() {
   has_index_ = false;
   rewind();
-  index_.init(stream_.tell());
+  index_.init(first_record_);
   constexpr int kReferenceLimit = 1 << 20;
   const int limit = std::max(get_num_refs(), kReferenceLimit);
   while (next_alignment()) {

@@ -191,7 +191,8 @@ BamBuilder random_file(Random& random, std::size_t bulk) {
   BamBuilder file;
   file.refs(3, 536870911).block_size(static_cast<std::size_t>(random_number(random, 60, 4000)));
   if (bulk > 0) file.block_size(60000);
-  const std::int64_t step = std::int64_t{1} << random_number(random, 3, 19);
+  // Large files are to have records in many windows.
+  const std::int64_t step = std::int64_t{1} << random_number(random, bulk > 0 ? 14 : 3, 19);
   int name = 0;
   for (int ref = 0; ref < 3; ++ref) {
     std::int64_t pos = random_number(random, 0, 40000);

@@ -60,7 +60,7 @@ TEST(Inflate, DataMayFillTheRoomButNotExceedIt) {
   EXPECT_TRUE(inflated(stream, 0x10000).has_value());
   EXPECT_FALSE(inflated(stream, 0xffff).has_value());
   EXPECT_FALSE(inflated(stream, 0).has_value());
-  EXPECT_EQ(inflated(raw_deflate(""), 0), "");
+  EXPECT_EQ(inflated(raw_deflate(""), 0, 0), "");
 }
 
 TEST(Inflate, EqualsZlibOnEveryPrefixOfAStreamFollowedByATrailer) {

@@ -26,8 +26,8 @@ struct ModelBin {
 };
 
 struct ModelReference {
-  std::vector<ModelBin> bins;  ///< in the order in which the file holds them
-  std::vector<std::uint64_t> linear;
+  std::vector<ModelBin> bins = {};  ///< in the order in which the file holds them
+  std::vector<std::uint64_t> linear = {};
   bool operator==(const ModelReference&) const = default;
 
   /// The chunks of a bin; none when it is absent.

@@ -1,0 +1,36 @@
+# The project's two commands for a bare Debian machine, and shortcuts for its developers.
+# Everything of substance is in scripts/.
+
+.DEFAULT_GOAL := help
+.PHONY: help demo test build format lint clean
+
+help:
+	@echo 'make demo    install what is missing, build, and show what readkit does on real data'
+	@echo 'make test    install what is missing, build, and run every test and check'
+	@echo 'make build   build the library and the program into build/demo, without the tests'
+	@echo 'make format  rewrite the sources in the project'"'"'s format'
+	@echo 'make lint    check format and run clang-tidy'
+	@echo 'make clean   remove build/'
+
+demo:
+	@scripts/install-dependencies demo
+	@scripts/demo
+
+test:
+	@scripts/install-dependencies test
+	@scripts/test
+
+build:
+	@scripts/install-dependencies build
+	@scripts/build
+
+format:
+	@scripts/format --fix
+
+lint:
+	@scripts/install-dependencies test
+	@scripts/format
+	@scripts/lint
+
+clean:
+	rm -rf build

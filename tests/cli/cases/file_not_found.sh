@@ -1,0 +1,1 @@
+readkit call bamInfo --library "$library" --args '["missing.bam"]'

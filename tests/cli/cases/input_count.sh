@@ -1,0 +1,1 @@
+readkit call getNumReferences --library "$library" --args '["small.bam", 1]'

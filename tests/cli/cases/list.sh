@@ -1,0 +1,1 @@
+readkit call --list --library "$library"

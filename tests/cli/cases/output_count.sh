@@ -1,0 +1,1 @@
+readkit call getNumReferences --library "$library" --nlhs 2 --args '["small.bam"]'

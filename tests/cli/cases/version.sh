@@ -1,0 +1,1 @@
+readkit --version

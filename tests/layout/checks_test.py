@@ -1,0 +1,144 @@
+#!/usr/bin/env python3
+"""Tests the layout checks: each of them finds what is planted for it, and nothing else."""
+
+import pathlib
+import tempfile
+import unittest
+
+from check_layers import check
+from list_missing_tests import missing_tests
+
+
+class Tree:
+    """A small source tree in a temporary folder."""
+
+    def __init__(self, files):
+        self._folder = tempfile.TemporaryDirectory()
+        self.root = pathlib.Path(self._folder.name)
+        for name, text in files.items():
+            path = self.root / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text)
+
+    def __enter__(self):
+        return self.root
+
+    def __exit__(self, *_):
+        self._folder.cleanup()
+
+
+HEADERS = {
+    "src/core/bytes.h": "",
+    "src/header/bam_header.h": "",
+    "src/records/alignment.h": "",
+    "src/bam/bam.h": "",
+    "src/sam/sam.h": "",
+    "src/convert/subset.h": "",
+    "src/check/check.h": "",
+    "src/gateway/gateways.h": "",
+    "src/gateway/tx_array.h": "",
+    "src/quality/encoding.h": "",
+    "host/array.h": "",
+    "cli/call.h": "",
+}
+
+
+class LayersTest(unittest.TestCase):
+    def complaints(self, name, text):
+        with Tree({**HEADERS, name: text}) as root:
+            return check(root)
+
+    def assert_allowed(self, name, text):
+        self.assertEqual(self.complaints(name, text), [], f"{name}: {text}")
+
+    def assert_found(self, name, text, words, line=1):
+        found = self.complaints(name, text)
+        self.assertEqual(len(found), 1, f"{name}: {text}: {found}")
+        self.assertTrue(found[0].startswith(f"{name}:{line}: "), found[0])
+        self.assertIn(words, found[0])
+
+    def test_own_folder_and_those_to_the_left(self):
+        for name in ("src/quality/scan.cc", "src/quality/scan.h"):
+            for header in HEADERS:
+                if header.startswith("src/"):
+                    self.assert_allowed(name, f'#include "{header[4:]}"\n')
+
+    def test_folders_to_the_right(self):
+        for folder, right in (("core", "header/bam_header.h"), ("header", "records/alignment.h"),
+                              ("records", "bam/bam.h"), ("bam", "convert/subset.h"),
+                              ("sam", "check/check.h"), ("convert", "check/check.h"),
+                              ("check", "convert/subset.h"), ("convert", "gateway/gateways.h"),
+                              ("gateway", "quality/encoding.h"), ("core", "host/array.h")):
+            for suffix in (".h", ".cc"):
+                self.assert_found(f"src/{folder}/x{suffix}", f'#include "{right}"\n',
+                                  f'may not include "{right}"')
+
+    def test_bam_and_sam_know_each_other_in_their_sources_only(self):
+        self.assert_allowed("src/bam/merge.cc", '#include "sam/sam.h"\n')
+        self.assert_allowed("src/sam/sort.cc", '#include "bam/bam.h"\n')
+        self.assert_found("src/bam/merge.h", '#include "sam/sam.h"\n', "may not include")
+        self.assert_found("src/sam/sort.h", '#include "bam/bam.h"\n', "may not include")
+
+    def test_host_and_program(self):
+        self.assert_allowed("host/x.cc", '#include "gateway/tx_array.h"\n#include "core/bytes.h"\n')
+        self.assert_found("host/x.cc", '#include "gateway/gateways.h"\n', "may not include")
+        self.assert_found("host/x.cc", '#include "cli/call.h"\n', "may not include")
+        self.assert_allowed("cli/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
+        self.assert_found("cli/x.cc", '#include "bam/bam.h"\n', "may not include")
+
+    def test_headers_that_do_not_exist_or_are_not_spelled_from_the_root(self):
+        self.assert_found("src/core/x.cc", '#include "core/none.h"\n', "no header of the project")
+        self.assert_found("src/core/x.cc", '\n#include "bytes.h"\n', "spelled from its root", line=2)
+
+    def test_folder_without_a_layer(self):
+        with Tree({**HEADERS, "src/extra/x.cc": ""}) as root:
+            self.assertEqual(check(root), ["src/extra/x.cc: is in no folder that has a layer"])
+
+    def test_codecs(self):
+        for header in ("zlib.h", "libdeflate.h"):
+            self.assert_found("src/core/bgzf.cc", f"#include <{header}>\n", "codec files")
+            self.assert_found("host/x.cc", f"#  include <{header}>\n", "codec files")
+            for name in ("inflate", "deflate_zlib", "deflate_libdeflate"):
+                self.assert_allowed(f"src/core/{name}.cc", f"#include <{header}>\n")
+
+    def test_file_handles(self):
+        for text in ("std::FILE* f;", "FILE *f;", 'auto f = fopen("x", "r");', "std::ifstream in;"):
+            self.assert_found("src/core/bgzf.cc", f"\n{text}\n", "core/file.h", line=2)
+        self.assert_allowed("src/core/file.cc", "std::FILE* f = std::fopen(a, b);")
+        self.assert_allowed("src/core/file.h", "std::FILE* f;")
+        self.assert_allowed("src/core/x.cc", "// FILE and fopen, in words\nint FILEs;\n")
+
+    def test_raw_new_and_delete(self):
+        self.assert_found("src/core/x.cc", "\nauto p = new int;\n", "raw new", line=2)
+        self.assert_found("src/core/x.cc", "void f(int* p) { delete p; }", "raw delete")
+        self.assert_found("src/core/x.cc", "void f(int* p) { delete[] p; }", "raw delete")
+        self.assert_found("src/core/x.cc", "int n = 1'000; auto p = new int; n = 2'000;", "raw new")
+        self.assert_allowed("src/core/x.cc", "#include <new>\nX(const X&) = delete;  // new\n")
+        self.assert_allowed("src/core/x.cc", 'f("new // "); /* delete\n new */ g(\'"\'); h("new");')
+        self.assert_allowed("src/core/x.cc", 'auto t = R"(a " new)"; auto u = "\\" new";')
+
+    def test_empty_tree(self):
+        with Tree({}) as root:
+            self.assertEqual(len(check(root)), 1)
+
+
+class MissingTestsTest(unittest.TestCase):
+    def test_names_what_lacks_a_test(self):
+        with Tree({"src/core/bgzf.cc": "", "src/core/file.cc": "", "host/call.cc": "",
+                   "tests/core/bgzf_test.cc": ""}) as root:
+            self.assertEqual(missing_tests(root),
+                             ["host/call.cc: has no tests/host/call_test.cc",
+                              "src/core/file.cc: has no tests/core/file_test.cc"])
+
+    def test_complete_tree(self):
+        with Tree({"src/core/bgzf.cc": "", "src/core/bytes.h": "",
+                   "tests/core/bgzf_test.cc": ""}) as root:
+            self.assertEqual(missing_tests(root), [])
+
+    def test_empty_tree(self):
+        with Tree({}) as root:
+            self.assertEqual(len(missing_tests(root)), 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
