@@ -109,11 +109,13 @@ class FindChunks : public testing::Test {
   // An index of one reference.
   BAI load(const ModelReference& ref) {
     BAI index;
-    index.load(folder_.write("a.bai", encode_bai({.refs = {ref}})));
+    const std::string name = std::to_string(++count_) + ".bai";
+    index.load(folder_.write(name, encode_bai({.refs = {ref}})));
     return index;
   }
 
   TempDir folder_;
+  int count_ = 0;
 };
 
 // One chunk in each of some bins, all in blocks of their own. Bin 4681 covers [0, 16384), 4682 the

@@ -194,8 +194,9 @@ TEST(BaiModel, RandomSortedRecordsGiveTheIndexOfTheModel) {
       ASSERT_FALSE(index.dump(folder.path("no.bai"))) << round;
       continue;
     }
-    ASSERT_TRUE(index.dump(folder.path("a.bai"))) << round;
-    const std::string file = folder.read("a.bai");
+    const std::string name = std::to_string(round) + ".bai";
+    ASSERT_TRUE(index.dump(folder.path(name))) << round;
+    const std::string file = folder.read(name);
     ASSERT_TRUE(file == encode_bai(expected.index)) << round;
     for (const ModelReference& ref : expected.index.refs) {
       for (const ModelBin& bin : ref.bins) folded_bins += bin.chunks.size() > 2 ? 1 : 0;

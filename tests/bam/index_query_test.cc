@@ -239,7 +239,8 @@ struct Tally {
 };
 
 // Compares index and queries of one file with the model.
-void compare(Random& random, const TempDir& folder, const BamBuilder& file, Tally& tally) {
+void compare(Random& random, const BamBuilder& file, Tally& tally) {
+  const TempDir folder;
   const Path path = file.write(folder, "a.bam");
   const std::vector<ModelRecord> records = model_records(folder.read("a.bam"));
   const auto file_end = std::uint64_t{folder.read("a.bam").size()} << 16;
@@ -270,23 +271,21 @@ void compare(Random& random, const TempDir& folder, const BamBuilder& file, Tall
 }
 
 TEST(QueryModel, RandomSmallFilesGiveTheRecordsOfTheModel) {
-  const TempDir folder;
   Random random(43);
   Tally tally;
   for (int round = 0; round < 300 && !testing::Test::HasFatalFailure(); ++round) {
     SCOPED_TRACE(round);
-    compare(random, folder, random_file(random, 0), tally);
+    compare(random, random_file(random, 0), tally);
   }
   EXPECT_GT(tally.found, 5000U);
 }
 
 TEST(QueryModel, RandomLargeFilesGiveTheRecordsOfTheModel) {
-  const TempDir folder;
   Random random(44);
   Tally tally;
   for (int round = 0; round < 10 && !testing::Test::HasFatalFailure(); ++round) {
     SCOPED_TRACE(round);
-    compare(random, folder, random_file(random, 20000), tally);
+    compare(random, random_file(random, 20000), tally);
   }
   EXPECT_GT(tally.found, 200U);
   // Files beyond 64 KiB keep their bins apart, so that the lower bound has something to cut.

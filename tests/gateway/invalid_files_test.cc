@@ -57,7 +57,7 @@ TEST(InvalidFiles, EachGivesTheOutcomeOfTheTable) {
     const auto expected = expected_of_invalid_files().find(name);
     ASSERT_NE(expected, expected_of_invalid_files().end()) << name << " is not in the table";
     met.insert(name);
-    place.folder().write("a.bam", read_file(file));
+    place.write("a.bam", read_file(file));
     for (const HostileCall& call : place.calls()) {
       EXPECT_EQ(call.run(), expected->second.of(call.name, call.reads_records))
           << name << ": " << call.name;
@@ -71,7 +71,7 @@ TEST(InvalidFiles, NoneOfThemIsAnIndex) {
   const HostileFolder place(rich_file());
   for (const std::string& file : invalid_files()) {
     const std::string bytes = read_file(file);
-    place.folder().write("a.bai", bytes);
+    place.write("a.bai", bytes);
     const std::string expected = bytes.size() < 4 ? kIndexCutShort : kNotBai;
     for (const HostileCall& call : place.calls()) {
       if (!call.uses_index) continue;

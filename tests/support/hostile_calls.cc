@@ -52,6 +52,11 @@ HostileFolder::HostileFolder(const BamBuilder& sound) {
   folder_.write("none.bai", encode_bai({.refs = std::vector<ModelReference>(77)}));
 }
 
+void HostileFolder::write(const std::string& name, const std::string& bytes) const {
+  std::filesystem::remove(folder_.native(name));
+  folder_.write(name, bytes);
+}
+
 std::vector<HostileCall> HostileFolder::calls() const {
   const auto bam = [this] { return text(folder_, "a.bam"); };
   const auto simple = [=](const char* gateway, int nlhs) {
@@ -76,6 +81,7 @@ std::vector<HostileCall> HostileFolder::calls() const {
     return outcome("getReferenceString", 1, inputs(bam(), host::make_scalar(0.0)));
   };
   const auto index = [=, this] {
+    std::filesystem::remove(folder_.native("new.bai"));
     return outcome("bamIndex", 0, inputs(bam(), text(folder_, "new.bai")));
   };
   const auto count = [=] {

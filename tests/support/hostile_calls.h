@@ -37,7 +37,8 @@ class HostileFolder {
  public:
   explicit HostileFolder(const BamBuilder& sound);
 
-  const TempDir& folder() const { return folder_; }
+  /// Makes a file anew. Some file systems take long to overwrite one.
+  void write(const std::string& name, const std::string& bytes) const;
   /// The sound index.
   const std::string& index() const { return index_; }
   /// The calls on "a.bam" as it stands; they live as long as this object.
