@@ -141,10 +141,8 @@ bool BAM::build_index() {
   has_index_ = false;
   rewind();
   index_.init(first_record_);
-  constexpr int kReferenceLimit = 1 << 20;
-  const int limit = std::max(get_num_refs(), kReferenceLimit);
   while (next_alignment()) {
-    if (ref_id() >= limit) throw ReferenceIDNotFound(to_ustring(ref_id()));
+    if (ref_id() >= reference_limit()) throw ReferenceIDNotFound(to_ustring(ref_id()));
     index_.add(*this, stream_.tell());
   }
   has_index_ = index_.finish(stream_.tell());

@@ -7,6 +7,7 @@
 //   }
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -61,6 +62,9 @@ class BAM : public Alignment {
   std::string get_ref_name(int id) const { return std::string(header_.get_ref(id).name()); }
   std::uint32_t get_ref_len(int id) const { return header_.get_ref(id).l_ref; }
   int get_num_refs() const { return header_.get_num_refs(); }
+  /// One past the highest reference index up to which lists by reference may grow: the header's
+  /// count, at least 2^20. A larger index is damage.
+  int reference_limit() const { return std::max(get_num_refs(), 1 << 20); }
   int get_ref_id(std::string_view name) const { return header_.get_ref_id(name); }
   bool parse_region(const std::string& region, int* ref_id, int* beg, int* end) const {
     return header_.parse_region(region, ref_id, beg, end);

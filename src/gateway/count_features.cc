@@ -12,6 +12,7 @@
 #include "gateway/arguments.h"
 #include "gateway/gateways.h"
 #include "gateway/results.h"
+#include "records/field_text.h"
 
 namespace readkit {
 namespace {
@@ -50,10 +51,6 @@ struct KeptRecords {
   std::size_t size() const { return flags.size(); }
   void add(const Alignment& record);
 };
-
-std::int32_t one_based(int position) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(position) + 1U);
-}
 
 void KeptRecords::add(const Alignment& record) {
   const std::string_view name = record.read_name_text();

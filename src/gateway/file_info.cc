@@ -14,9 +14,10 @@ namespace {
 // The state of a whole-file scan: counts by reference index + 1, and the order of what has come.
 class RecordTally {
  public:
-  explicit RecordTally(int num_refs) : limit_(std::max(num_refs, kReferenceLimit)) {}
+  /// `limit` is one past the highest reference index that counts.
+  explicit RecordTally(int limit) : limit_(limit) {}
 
-  /// Raises ReferenceIDNotFound for an index beyond both the dictionary and 2^20.
+  /// Raises ReferenceIDNotFound for an index at or beyond the limit.
   void add(const Alignment& record) {
     count(record.ref_id());
     check_order(record.ref_id(), record.pos());
@@ -26,8 +27,6 @@ class RecordTally {
   const std::vector<double>& counts() const { return counts_; }
 
  private:
-  static constexpr int kReferenceLimit = 1 << 20;
-
   void count(int ref) {
     if (ref >= limit_) throw ReferenceIDNotFound(to_ustring(ref));
     const auto slot = static_cast<std::size_t>(std::max(ref, -1) + 1);
@@ -69,7 +68,7 @@ void bamInfo(int nlhs, txArray* plhs[], int nrhs, const txArray* prhs[]) {
   if (nlhs == 1) {
     set_output(&plhs[0], matrix::Owned(txCreateLogicalScalar(bam.is_sorted())));
   } else if (nlhs == 2) {
-    RecordTally tally(bam.get_num_refs());
+    RecordTally tally(bam.reference_limit());
     bam.rewind();
     while (bam.next_alignment()) tally.add(bam);
     set_output(&plhs[0], matrix::Owned(txCreateLogicalScalar(tally.sorted())));

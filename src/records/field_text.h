@@ -1,10 +1,15 @@
-// CIGAR, sequence and qualities of a record as SAM text.
+// The fields of a record as SAM shows them: positions, CIGAR, sequence and qualities.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 namespace readkit {
+
+/// A 0-based position as users count it, 1-based; the sum wraps as 32-bit integers do.
+inline std::int32_t one_based(int position) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(position) + 1U);
+}
 
 /// The most characters of one CIGAR op: nine digits and a letter.
 inline constexpr std::size_t kMaxCigarOpText = 10;

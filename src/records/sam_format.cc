@@ -71,11 +71,6 @@ char* write_sequence_and_qualities(const Alignment& record, char* out) {
   return write_tab(present ? out + length : write_missing(out));
 }
 
-// A position as SAM counts it, 1-based; the sum wraps as 32-bit integers do.
-std::int32_t one_based(int position) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(position) + 1U);
-}
-
 }  // namespace
 
 std::size_t max_sam_line(const Alignment& record, const BamHeader& header, bool with_tags) {

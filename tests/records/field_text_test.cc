@@ -29,6 +29,12 @@ std::string bases(const std::vector<std::uint8_t>& packed, std::size_t count) {
   return text;
 }
 
+TEST(FieldText, PositionsCountFromOneAndWrap) {
+  EXPECT_EQ(one_based(-1), 0);
+  EXPECT_EQ(one_based(0), 1);
+  EXPECT_EQ(one_based(2147483647), -2147483648LL);
+}
+
 TEST(FieldText, EveryOpCodeHasItsLetterAndCodesWithoutOnePrintAsQuestionMark) {
   const std::string letters = "MIDNSHP=X???????";
   for (std::uint32_t code = 0; code < 16; ++code) {
