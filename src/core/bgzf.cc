@@ -33,6 +33,7 @@ BGZF& BGZF::operator=(BGZF&& other) noexcept {
   block_address_ = other.block_address_;
   uncompressed_position_ = other.uncompressed_position_;
   write_mode_ = other.write_mode_;
+  is_temporary_ = other.is_temporary_;
   end_reached_ = other.end_reached_;
   path_ = other.path_;
   return *this;
@@ -53,6 +54,7 @@ void BGZF::open(const Path& path, std::string_view mode) {
   close_quietly();
   reset_counters();
   write_mode_ = mode == "w";
+  is_temporary_ = false;
   path_ = path;
   const std::string binary_mode = std::string(mode) + "b";
   file_ = File(path, binary_mode.c_str());
@@ -148,7 +150,8 @@ int BGZF::flush() {
 std::size_t BGZF::deflate_block() {
   const std::span<const std::uint8_t> data(data_.get(), block_offset_);
   std::uint8_t* const block = compressed_.get();
-  const auto size = deflate_raw(data, {block + kBlockHeaderSize, kMaxCompressedData});
+  const auto deflate = is_temporary_ ? deflate_raw_temporary : deflate_raw;
+  const auto size = deflate(data, {block + kBlockHeaderSize, kMaxCompressedData});
   if (!size) throw ZLIBDeflate(path_.text());
   const std::size_t block_size = kBlockHeaderSize + *size + kBlockTrailerSize;
   std::copy(header_magic.begin(), header_magic.end(), block);

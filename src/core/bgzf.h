@@ -52,6 +52,10 @@ class BGZF {
   /// Compresses and writes what is buffered, as one block. Returns 0, or -1 for a short write.
   int flush();
 
+  /// Tells that the file opened for writing will be read once and removed, so that compressing it
+  /// well is not worth the time. Holds until the next `open`.
+  void set_temporary() { is_temporary_ = true; }
+
   /// The virtual offset of the next byte; when the block is used up, of the next block. When
   /// writing, bytes still in the buffer do not count.
   std::uint64_t tell() const {
@@ -98,6 +102,7 @@ class BGZF {
   std::uint64_t block_address_ = 0;
   std::uint64_t uncompressed_position_ = 0;
   bool write_mode_ = false;
+  bool is_temporary_ = false;
   bool end_reached_ = false;  // an empty block has been read; never cleared
   Path path_;
 };

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <limits>
+#include <system_error>
 
 #include <sys/types.h>
 
@@ -26,7 +28,9 @@ File::File(const Path& path, const char* mode)
     std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
     window_ = std::make_unique_for_overwrite<std::uint8_t[]>(kMaxPeek + kMostReadAhead);
   } else {
-    std::setvbuf(handle_.get(), nullptr, _IOFBF, kWriteBuffer);
+    // A buffer of our own: asked for one of a size, the run-time library may take a page.
+    handle_.get_deleter().buffer = std::make_unique_for_overwrite<char[]>(kWriteBuffer);
+    std::setvbuf(handle_.get(), handle_.get_deleter().buffer.get(), _IOFBF, kWriteBuffer);
   }
 }
 
@@ -75,12 +79,23 @@ bool File::write(const void* from, std::size_t n) {
   if (!is_open()) return false;
   const std::size_t written = std::fwrite(from, 1, n, handle_.get());
   position_ += written;
-  return written == n;
+  return written == n && std::ferror(handle_.get()) == 0;
 }
+
+bool File::flush() { return is_open() && std::fflush(handle_.get()) == 0; }
 
 bool File::close() {
   next_ = fill_ = 0;
-  return is_open() && std::fclose(handle_.release()) == 0;
+  if (!is_open()) return false;
+  const bool all_written = window_ != nullptr || std::ferror(handle_.get()) == 0;
+  return std::fclose(handle_.release()) == 0 && all_written;
+}
+
+bool remove_file(const Path& path) { return std::remove(path.native().c_str()) == 0; }
+
+bool is_same_file(const Path& a, const Path& b) {
+  std::error_code unknown;  // for files that do not exist
+  return std::filesystem::equivalent(a.native(), b.native(), unknown);
 }
 
 }  // namespace readkit

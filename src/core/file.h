@@ -36,8 +36,11 @@ class File {
   /// Positions the next read; false when the file cannot be positioned there.
   bool seek(std::uint64_t offset);
 
-  /// Accepts `n` bytes; false when they could not all be taken.
+  /// Accepts `n` bytes; false when they, or bytes before them, could not all be taken.
   bool write(const void* from, std::size_t n);
+
+  /// Hands what has been written to the operating system; false when that fails.
+  bool flush();
 
   /// The offset of the next byte to read, or the number of bytes written.
   std::uint64_t tell() const { return position_ - (fill_ - next_); }
@@ -48,7 +51,9 @@ class File {
   static constexpr std::size_t kMaxPeek = std::size_t{1} << 17;
 
  private:
+  // Closes a file, and keeps the buffer that it writes from until then.
   struct Closer {
+    std::unique_ptr<char[]> buffer;
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
@@ -63,5 +68,11 @@ class File {
   std::size_t read_ahead_ = 0;
   std::uint64_t position_ = 0;
 };
+
+/// Removes a file; false when it could not be removed.
+bool remove_file(const Path& path);
+
+/// Whether two names lead to one file that exists, by links as well.
+bool is_same_file(const Path& a, const Path& b);
 
 }  // namespace readkit

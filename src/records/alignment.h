@@ -3,6 +3,7 @@
 // record to BAM is two raw writes.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include "core/bytes.h"
 #include "header/bam_header.h"
 #include "records/record_format.h"
+#include "records/sam_parse.h"
 
 namespace readkit {
 
@@ -31,8 +33,14 @@ class Alignment {
   static const char cigar_key[];
   static const char seq_key[];
   static const char FieldMissingStr[];
+  /// Letter to op code and to 4-bit base code; 0xFF for letters that are none.
+  static const std::array<std::uint8_t, 256> cigar_rev_key;
+  static const std::array<std::uint8_t, 256> seq_rev_key;
 
   Alignment() = default;
+  /// Parses a SAM line without its line's end; `refs` gives the reference indexes. Raises as
+  /// `parse`.
+  Alignment(std::string_view line, const ReferenceMap& refs) { parse(line, refs); }
   Alignment(const Alignment& other);
   Alignment& operator=(const Alignment& other);
   Alignment(Alignment&& other) noexcept
@@ -53,6 +61,12 @@ class Alignment {
   bool next(BGZF& in);
   /// Writes the length word and the block, unflushed; true when the stream took both.
   bool write(BGZF& out) const;
+
+  /// Makes this the record of a SAM line, reusing the memory; after an error the content is
+  /// unspecified. Raises InvalidSAMFormat with an empty text for a malformed line,
+  /// std::out_of_range("basic_string") for a CIGAR that ends in digits, and what `parse_tags`
+  /// raises.
+  void parse(std::string_view line, const ReferenceMap& refs);
 
   /// Whether name, CIGAR, sequence and qualities lie within the block.
   bool is_well_formed() const;
@@ -127,6 +141,12 @@ class Alignment {
                                      bool with_tags) const;
   /// The SAM line with its optional fields.
   std::string to_sam(const BamHeader& header) const;
+
+  /// The number at index `from` of `text` by the rules of strtol and strtof; `*end` (when not null)
+  /// receives the index of the first character not used.
+  static long strtol_idx(const std::string& text, std::size_t from, std::size_t* end = nullptr,
+                         int base = 10);
+  static float strtof_idx(const std::string& text, std::size_t from, std::size_t* end = nullptr);
 
  private:
   static constexpr std::uint32_t kMinRoom = 36;

@@ -43,6 +43,12 @@ char* write_tags(const std::uint8_t* field, const std::uint8_t* end, char* out);
 /// bound is too small for some fields, so `parse_tags` makes room by real need.
 int tag_max_size(const std::string& line, int start, int end);
 
+/// Room that is always enough for the encoded fields of a SAM text of `length` characters.
+inline constexpr std::size_t max_encoded_tags(std::size_t length) { return 4 * length + 16; }
+/// Encodes the TAB-separated optional fields `fields` at `out`, which has room for
+/// `max_encoded_tags`; returns the end. Raises as `parse_tags`.
+std::uint8_t* encode_tags(std::string_view fields, std::uint8_t* out);
+
 /// Encodes every optional field of a SAM line from `start`, the first character after the eleventh
 /// TAB, to the line's end; `*length` receives the bytes used. Raises InvalidSAMFormat with an empty
 /// text for a field that is too short, and std::invalid_argument for 'H' digits that are none and

@@ -12,37 +12,8 @@
 namespace readkit {
 namespace {
 
-constexpr std::size_t kGrowth = 1024;
 constexpr std::size_t kPrefix = 5;      // "NM:i:"
 constexpr std::size_t kHeaderSize = 3;  // tag and type letter
-
-// The output array, grown in steps by real need.
-class FieldBuffer {
- public:
-  FieldBuffer() : bytes_(std::make_unique<std::uint8_t[]>(kGrowth)), capacity_(kGrowth) {}
-
-  /// Room for `size` more bytes, where the next field goes.
-  std::uint8_t* reserve(std::size_t size) {
-    if (size > capacity_ - used_) {
-      const std::size_t steps = (size - (capacity_ - used_) + kGrowth - 1) / kGrowth;
-      const std::size_t larger = std::max(capacity_ + steps * kGrowth, 2 * capacity_);
-      bytes_ = _resize(std::move(bytes_), used_, larger);
-      capacity_ = larger;
-    }
-    return bytes_.get() + used_;
-  }
-  void take(std::size_t size) { used_ += size; }
-
-  std::unique_ptr<std::uint8_t[]> release(std::size_t* length) {
-    *length = used_;
-    return std::move(bytes_);
-  }
-
- private:
-  std::unique_ptr<std::uint8_t[]> bytes_;
-  std::size_t capacity_;
-  std::size_t used_ = 0;
-};
 
 std::int32_t array_elements(std::string_view text) {
   const auto commas = std::count(text.begin(), text.end(), ',');
@@ -91,36 +62,31 @@ std::size_t encode_value(char type, std::string_view text, std::uint8_t* value) 
   }
 }
 
-// The most bytes that `encode_value` writes.
-std::size_t value_room(char type, std::string_view text) {
-  if (type == 'B') return 5 + 4 * static_cast<std::size_t>(array_elements(text));
-  return std::max<std::size_t>(4, text.size() + 1);
-}
-
-void encode_field(std::string_view field, FieldBuffer& out) {
+std::uint8_t* encode_field(std::string_view field, std::uint8_t* out) {
   if (field.size() < kPrefix) throw InvalidSAMFormat(UString());
-  const char type = field[3];
-  const std::string_view text = field.substr(kPrefix);
-  std::uint8_t* const bytes = out.reserve(kHeaderSize + value_room(type, text));
-  bytes[0] = static_cast<std::uint8_t>(field[0]);
-  bytes[1] = static_cast<std::uint8_t>(field[1]);
-  bytes[2] = static_cast<std::uint8_t>(type);
-  out.take(kHeaderSize + encode_value(type, text, bytes + kHeaderSize));
+  out[0] = static_cast<std::uint8_t>(field[0]);
+  out[1] = static_cast<std::uint8_t>(field[1]);
+  out[2] = static_cast<std::uint8_t>(field[3]);
+  return out + kHeaderSize + encode_value(field[3], field.substr(kPrefix), out + kHeaderSize);
 }
 
 }  // namespace
 
+std::uint8_t* encode_tags(std::string_view fields, std::uint8_t* out) {
+  while (!fields.empty()) {
+    const std::string_view field = fields.substr(0, fields.find('\t'));
+    if (!field.empty()) out = encode_field(field, out);
+    fields.remove_prefix(std::min(field.size() + 1, fields.size()));
+  }
+  return out;
+}
+
 std::unique_ptr<std::uint8_t[]> parse_tags(const std::string& line, std::size_t start,
                                            std::size_t* length) {
-  FieldBuffer out;
-  std::string_view rest(line);
-  rest.remove_prefix(std::min(start, line.size()));
-  while (!rest.empty()) {
-    const std::string_view field = rest.substr(0, rest.find('\t'));
-    if (!field.empty()) encode_field(field, out);
-    rest.remove_prefix(std::min(field.size() + 1, rest.size()));
-  }
-  return out.release(length);
+  const std::string_view fields = std::string_view(line).substr(std::min(start, line.size()));
+  auto bytes = std::make_unique_for_overwrite<std::uint8_t[]>(max_encoded_tags(fields.size()));
+  *length = static_cast<std::size_t>(encode_tags(fields, bytes.get()) - bytes.get());
+  return bytes;
 }
 
 int parse_barray(const std::string& text, char subtype, std::uint8_t* out) {

@@ -215,6 +215,31 @@ TEST_F(BgzfWrite, FullBlockAfterCloseRaisesFileWrite) {
   EXPECT_EQ(folder_.read("f"), bgzf_marker());
 }
 
+TEST_F(BgzfWrite, TemporaryFileHoldsTheSameDataInBytesOfItsOwn) {
+  Random random(46);
+  const std::string data = random_text(random, 200000);
+  const auto write = [&](const char* name, bool is_temporary) {
+    BGZF out;
+    out.open(folder_.path("other"), "w");
+    out.set_temporary();  // holds for the file that is open
+    out.open(folder_.path(name), "w");
+    if (is_temporary) out.set_temporary();
+    BGZF moved = std::move(out);
+    put(moved, data);
+    EXPECT_EQ(moved.close(), 0);
+  };
+  write("kept", false);
+  write("temporary", true);
+  const auto content = [&](const char* name) {
+    std::string all;
+    for (const DecodedBlock& block : decode_blocks(folder_.read(name))) all += block.data;
+    return all;
+  };
+  EXPECT_EQ(content("temporary"), data);
+  EXPECT_EQ(content("kept"), data);
+  EXPECT_EQ(folder_.read("kept") == folder_.read("temporary"), flavour_name() == "exact");
+}
+
 class BgzfFullDevice : public testing::Test {
  protected:
   void SetUp() override {

@@ -27,6 +27,16 @@ TEST(DeflateLibdeflate, BlockThatItCannotFitGoesThroughZlib) {
   EXPECT_GT(through_zlib, 0);
 }
 
+TEST(DeflateLibdeflate, TemporaryDataTakeMoreRoom) {
+  if (flavour_name() != "fast") GTEST_SKIP() << "this program is linked with the exact flavour";
+  Random random(13);
+  const std::string data = random_text(random, 65280);
+  const auto kept = deflated(deflate_raw, data);
+  const auto temporary = deflated(deflate_raw_temporary, data);
+  ASSERT_TRUE(kept.has_value() && temporary.has_value());
+  EXPECT_GT(temporary->size(), kept->size());
+}
+
 TEST(DeflateLibdeflate, WhatNeitherCanFitGivesNothing) {
   if (flavour_name() != "fast") GTEST_SKIP() << "this program is linked with the exact flavour";
   for (const std::string& data : deflate_samples()) {

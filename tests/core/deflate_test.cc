@@ -29,11 +29,13 @@ TEST(Deflate, SameInputGivesSameBytes) {
 }
 
 TEST(Deflate, ZlibInflatesWhatWasDeflated) {
-  for (const std::string& data : deflate_samples()) {
-    const auto result = deflated(deflate_raw, data);
-    ASSERT_TRUE(result.has_value()) << data.size();
-    const ZlibVerdict verdict = zlib_inflate(*result, data.size());
-    EXPECT_TRUE(verdict.ends && verdict.data == data) << data.size();
+  for (const Deflate deflate : {deflate_raw, deflate_raw_temporary}) {
+    for (const std::string& data : deflate_samples()) {
+      const auto result = deflated(deflate, data);
+      ASSERT_TRUE(result.has_value()) << data.size();
+      const ZlibVerdict verdict = zlib_inflate(*result, data.size());
+      EXPECT_TRUE(verdict.ends && verdict.data == data) << data.size();
+    }
   }
 }
 

@@ -1,6 +1,7 @@
 #include "core/file.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -150,6 +151,40 @@ TEST(File, FullDeviceFailsAtTheLatestOnClose) {
   EXPECT_FALSE(file.close());
 }
 
+TEST(File, FileThatHasFailedAcceptsNothingMore) {
+  if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "this system has no /dev/full";
+  File file(Path(u"/dev/full"), "wb");
+  EXPECT_TRUE(file.write("abc", 3));
+  EXPECT_FALSE(file.flush());
+  EXPECT_FALSE(file.write("x", 1));
+  EXPECT_FALSE(file.close());
+}
+
+TEST(File, FlushBringsOutWhatWasWritten) {
+  const TempDir folder;
+  File file(folder.path("f"), "wb");
+  EXPECT_TRUE(file.write("abc", 3));
+  EXPECT_EQ(folder.read("f"), "");
+  EXPECT_TRUE(file.flush());
+  EXPECT_EQ(folder.read("f"), "abc");
+  EXPECT_TRUE(file.close());
+  EXPECT_FALSE(file.flush());
+}
+
+TEST(File, MovedWriterBringsOutWhatWasWritten) {
+  const TempDir folder;
+  {
+    File file(folder.path("f"), "wb");
+    EXPECT_TRUE(file.write("abc", 3));
+    File other(folder.path("g"), "wb");
+    EXPECT_TRUE(other.write("xyz", 3));
+    file = std::move(other);
+    EXPECT_EQ(folder.read("f"), "abc");
+    EXPECT_TRUE(file.write("de", 2));
+  }
+  EXPECT_EQ(folder.read("g"), "xyzde");
+}
+
 TEST(File, FileOpenForReadingAcceptsNothing) {
   const TempDir folder;
   File file(folder.write("f", "abc"), "rb");
@@ -190,6 +225,64 @@ TEST(File, PipeIsReadButCannotBePositioned) {
   EXPECT_TRUE(file.seek(1));  // still in memory
   EXPECT_EQ(take(file, 2), "bc");
   EXPECT_FALSE(file.seek(100));
+}
+
+// ---- Names -------------------------------------------------------------------------------------
+
+TEST(RemoveFile, RemovesAFileOnce) {
+  const TempDir folder;
+  const Path path = folder.write("f", "abc");
+  EXPECT_TRUE(remove_file(path));
+  EXPECT_FALSE(folder.exists("f"));
+  EXPECT_FALSE(remove_file(path));
+}
+
+TEST(RemoveFile, TellsOfWhatCannotBeRemoved) {
+  const TempDir folder;
+  std::filesystem::create_directory(folder.native("sub"));
+  folder.write("sub/f", "abc");
+  EXPECT_FALSE(remove_file(folder.path("sub")));
+  EXPECT_FALSE(remove_file(folder.path("missing/f")));
+  EXPECT_FALSE(remove_file(Path()));
+  EXPECT_EQ(folder.read("sub/f"), "abc");
+}
+
+TEST(RemoveFile, RemovesALinkAndNotWhatItLeadsTo) {
+  const TempDir folder;
+  folder.write("f", "abc");
+  std::filesystem::create_symlink(folder.native("f"), folder.native("link"));
+  EXPECT_TRUE(remove_file(folder.path("link")));
+  EXPECT_EQ(folder.read("f"), "abc");
+}
+
+TEST(IsSameFile, NamesAndLinksOfOneFile) {
+  const TempDir folder;
+  const Path path = folder.write("f", "abc");
+  std::filesystem::create_directory(folder.native("sub"));
+  std::filesystem::create_hard_link(folder.native("f"), folder.native("hard"));
+  std::filesystem::create_symlink(folder.native("f"), folder.native("soft"));
+  for (const char* name : {"f", "./f", "sub/../f", "hard", "soft"}) {
+    EXPECT_TRUE(is_same_file(path, folder.path(name))) << name;
+    EXPECT_TRUE(is_same_file(folder.path(name), path)) << name;
+  }
+}
+
+TEST(IsSameFile, OtherFilesAreNotTheSameWhateverTheyHold) {
+  const TempDir folder;
+  const Path path = folder.write("f", "abc");
+  EXPECT_FALSE(is_same_file(path, folder.write("g", "abc")));
+  EXPECT_FALSE(is_same_file(path, to_path(folder.folder())));
+}
+
+TEST(IsSameFile, FileThatDoesNotExistIsTheSameAsNone) {
+  const TempDir folder;
+  const Path path = folder.write("f", "abc");
+  EXPECT_FALSE(is_same_file(path, folder.path("missing")));
+  EXPECT_FALSE(is_same_file(folder.path("missing"), path));
+  EXPECT_FALSE(is_same_file(folder.path("missing"), folder.path("missing")));
+  EXPECT_FALSE(is_same_file(Path(), Path()));
+  std::filesystem::create_symlink(folder.native("missing"), folder.native("dangling"));
+  EXPECT_FALSE(is_same_file(path, folder.path("dangling")));
 }
 
 }  // namespace

@@ -144,6 +144,30 @@ TEST(ParseLong, EqualsStrtolOnRandomTexts) {
   }
 }
 
+// Numbers of so many digits that the last ones decide, as fields of text hold them.
+TEST(ParseLong, EqualsStrtolOnTextsOfAboutAsManyDigitsAsLongHas) {
+  Random random(7);
+  const std::string limits[] = {"9223372036854775807", "999999999999999999", "99999999999999999",
+                                "922337203685477580", "18446744073709551615"};
+  const std::string blanks[] = {"", "", "", " ", "\t \n"};
+  const std::string signs[] = {"", "", "-", "+", "--", "- "};
+  const std::string rests[] = {"", "", "\t7", "x", "M10", ".", " 1", "-"};
+  const auto any_of = [&](const auto& choices) { return choices[random() % std::size(choices)]; };
+  for (int i = 0; i < 50000; ++i) {
+    std::string digits = any_of(limits);
+    if (random() % 2 == 0) digits = random_text(random, 16 + random() % 6, "0123456789");
+    digits.back() = static_cast<char>('0' + random() % 10);
+    const std::string zeros(random() % 4 == 0 ? random() % 20 : 0, '0');
+    const std::string text = any_of(blanks) + any_of(signs) + zeros + digits + any_of(rests);
+    char* end = nullptr;
+    const long expected = std::strtol(text.c_str(), &end, 10);
+    std::size_t used = 99;
+    ASSERT_EQ(parse_long(text, &used), expected) << '"' << text << '"';
+    ASSERT_EQ(used, static_cast<std::size_t>(end - text.c_str())) << '"' << text << '"';
+    ASSERT_EQ(parse_long(text), expected) << '"' << text << '"';
+  }
+}
+
 TEST(ParseLong, LooksAtNothingPastTheText) {
   const std::string digits = "123456";
   std::size_t used = 0;
