@@ -75,7 +75,7 @@ constexpr CatalogEntry kEntries[] = {
      {}},
     {"seqlab:readkit:InvalidSAMFormat",
      "The file '{0}' is not a valid SAM file: a line is malformed. Check that every record has its "
-     "11 fields, separated by tabs.",
+     "11 fields, separated by tabs, and a sequence in capital letters.",
      "A record is not valid in the SAM format: its text is malformed, or it cannot be written as "
      "text."},
     {"seqlab:readkit:InvalidInputFormat",

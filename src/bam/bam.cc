@@ -17,6 +17,11 @@ bool BAM::next_alignment() {
   return found;
 }
 
+bool BAM::write(const std::vector<Alignment>& records) {
+  return std::all_of(records.begin(), records.end(),
+                     [this](const Alignment& record) { return write(record); });
+}
+
 bool BAM::is_sorted() {
   rewind();
   int previous_ref = -2;

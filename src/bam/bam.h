@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bam/bai.h"
+#include "bam/runs.h"
 #include "core/bgzf.h"
 #include "core/path.h"
 #include "header/bam_header.h"
@@ -26,6 +27,9 @@ namespace readkit {
 inline bool overlap(int a_beg, int a_end, int b_beg, int b_end) {
   return a_beg == b_beg || (a_beg <= b_beg && b_beg < a_end) || (b_beg <= a_beg && a_beg < b_end);
 }
+
+/// Gives the seed of a random generator, another one each time.
+using SeedSource = std::function<std::uint32_t()>;
 
 /// Reader and writer of one BAM file; movable, closed by its destructor. Reading overwrites the
 /// inherited record, so two open files compare by their current records. Every operation that reads
@@ -48,6 +52,14 @@ class BAM : public Alignment {
   /// Write the header, and then the records, unflushed; true when the stream took all.
   bool write(const BamHeader& header) { return header.write(stream_); }
   bool write(const Alignment& record) { return record.write(stream_); }
+  /// Writes the records in order until one cannot be written; true when all were.
+  bool write(const std::vector<Alignment>& records);
+  /// Writes `size` bytes as they stand: records with their length words.
+  bool write(const std::uint8_t* bytes, std::size_t size) {
+    return stream_.write(bytes, 1, size) == size;
+  }
+  /// Compresses what is written from now on quickly (see BGZF::set_temporary).
+  void set_temporary() { stream_.set_temporary(); }
   /// Closes the stream, with the end-of-file marker in write mode; 0, or -1 on failure.
   int close() { return stream_.close(); }
 
@@ -124,6 +136,27 @@ class BAM : public Alignment {
   /// The default mapping of a record to its start.
   static int map_ref_start(const Alignment& record) { return record.pos(); }
 
+  // ---- Sort and shuffle: the records from the current one on, into base + ".bam" ----------------
+
+  /// Sorts into coordinate order; the base without an argument is the file's own name without
+  /// ".bam", and ".sorted". Equal records of one run keep their order. Raises FileNotFound,
+  /// CannotOpenOutFile and FileWrite for the output and the temporaries (see `process_runs`), and
+  /// the errors of reading.
+  void sort() { sort(sorted_base(path_.text())); }
+  void sort(const UString& base) { sort(base, RunLimits::for_this_machine()); }
+  void sort(const UString& base, const RunLimits& limits);
+  /// Writes the records in random order. The runs and their interleaving have a generator each,
+  /// seeded by the system or with what `seeds` gives. Raises as `sort`.
+  void shuffle(const UString& base);
+  void shuffle(const UString& base, const SeedSource& seeds, const RunLimits& limits);
+
+  static UString tmp_bamname(const UString& base, int n) { return readkit::tmp_bamname(base, n); }
+  /// Merges sorted BAM files into `out`: SAM text or BAM, by its extension. Raises
+  /// InvalidInputFormat for another extension, CannotOpenOutFile for an output that is one of the
+  /// inputs, FileNotFound, FileWrite, the errors of reading, and std::out_of_range for no input and
+  /// for a single one that has a record.
+  static void merge_bams(const std::vector<UString>& inputs, const UString& out);
+
  private:
   BGZF stream_;
   BamHeader header_;
@@ -135,5 +168,12 @@ class BAM : public Alignment {
   std::vector<Chunk> chunks_;  // of the current query
   std::int32_t cur_chunk_ = -1;
 };
+
+/// Interleaves BAM files at random into the BAM file `out`, each record from an input chosen evenly
+/// among those that still have one. Seeded by the system or by the caller. Raises as
+/// BAM::merge_bams; std::out_of_range for no input.
+void merge_shuffled_bams(const std::vector<UString>& inputs, const UString& out);
+void merge_shuffled_bams(const std::vector<UString>& inputs, const UString& out,
+                         std::uint32_t seed);
 
 }  // namespace readkit

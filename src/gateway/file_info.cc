@@ -1,5 +1,7 @@
 // Whether a file is sorted, and how many records each reference has.
 #include <algorithm>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "bam/bam.h"
@@ -7,6 +9,7 @@
 #include "gateway/arguments.h"
 #include "gateway/gateways.h"
 #include "gateway/results.h"
+#include "sam/sam.h"
 
 namespace readkit {
 namespace {
@@ -73,6 +76,26 @@ void bamInfo(int nlhs, txArray* plhs[], int nrhs, const txArray* prhs[]) {
     while (bam.next_alignment()) tally.add(bam);
     set_output(&plhs[0], matrix::Owned(txCreateLogicalScalar(tally.sorted())));
     set_output(&plhs[1], make_column<double>(tally.counts()));
+  }
+}
+
+// [sorted, counts, names] = samInfo(sam)
+void samInfo(int nlhs, txArray* plhs[], int nrhs, const txArray* prhs[]) {
+  validate_argcount(u"samInfo", nrhs, 1, 1, nlhs, 3);
+  SAM sam(path_argument(prhs[0]), "r");
+  bool sorted = false;
+  std::vector<std::uint32_t> counts;
+  std::vector<std::string> names;
+  sam.kxsaminfo(sorted, counts, names, nlhs);
+  set_output(&plhs[0], matrix::Owned(txCreateLogicalScalar(sorted)));
+  if (nlhs >= 2) {
+    const std::vector<double> numbers(counts.begin(), counts.end());
+    set_output(&plhs[1], make_column<double>(numbers));
+  }
+  if (nlhs >= 3) {
+    matrix::Owned cells = make_cells(counts.size());
+    for (std::size_t row = 0; row < names.size(); ++row) set_text(cells, row, names[row]);
+    set_output(&plhs[2], std::move(cells));
   }
 }
 

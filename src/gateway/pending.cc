@@ -8,15 +8,11 @@ namespace readkit {
 #define READKIT_PENDING_GATEWAY(NAME) \
   void NAME(int, txArray*[], int, const txArray*[]) { throw GatewayNotBuiltYet(#NAME); }
 
-READKIT_PENDING_GATEWAY(bamSort)
 READKIT_PENDING_GATEWAY(convertFormat)
-READKIT_PENDING_GATEWAY(samSort)
 READKIT_PENDING_GATEWAY(samWriteUnaligned)
 READKIT_PENDING_GATEWAY(samWrite)
 READKIT_PENDING_GATEWAY(samToBam)
-READKIT_PENDING_GATEWAY(samInfo)
 READKIT_PENDING_GATEWAY(scanQualities)
-READKIT_PENDING_GATEWAY(kxBamShuffle)
 
 #undef READKIT_PENDING_GATEWAY
 
