@@ -30,12 +30,7 @@ FileStream::FileStream() : std::iostream(nullptr), file_(std::make_unique<Buffer
   init(file_.get());
 }
 
-FileStream::FileStream(FileStream&& other) noexcept
-    : std::iostream(std::move(other)),
-      file_(std::exchange(other.file_, std::make_unique<Buffer>())) {
-  set_rdbuf(file_.get());
-  other.set_rdbuf(other.file_.get());
-}
+FileStream::FileStream(FileStream&& other) noexcept : FileStream() { *this = std::move(other); }
 
 FileStream& FileStream::operator=(FileStream&& other) noexcept {
   if (this == &other) return *this;

@@ -92,15 +92,13 @@ void SAM::kxsaminfo(bool& sorted, std::vector<std::uint32_t>& counts,
     }
     const int index = found->second;
     ++counts[static_cast<std::size_t>(index)];
-    if (index < current) {
+    // Without a reference, index 0, positions are not checked.
+    const bool goes_back = index == current && index != 0 && placement->position < last;
+    if (index < current || goes_back) {
       sorted = false;
-    } else if (index > current) {
+    } else {
       current = index;
       last = placement->position;
-    } else if (placement->position >= last || index == 0) {
-      last = placement->position;
-    } else {
-      sorted = false;
     }
     if (requested <= 1 && !sorted) break;
   }
