@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -156,6 +157,28 @@ class BAM : public Alignment {
   /// inputs, FileNotFound, FileWrite, the errors of reading, and std::out_of_range for no input and
   /// for a single one that has a record.
   static void merge_bams(const std::vector<UString>& inputs, const UString& out);
+
+  // ---- Conversions: the records whose ordinals are given (1-based, in file order, ascending), all
+  // ---- when `n` is 0, from the first record on, into a new file; see convert/copy.h for errors
+  // ---
+
+  /// With `refs` not empty only these references and those of their mates stay in the dictionary,
+  /// and every selected record must lie on one of them. The last argument is not used.
+  void to_bam(const Path& out, const unsigned* ordinals, std::size_t n, std::set<std::string> refs,
+              bool unused = false);
+  void to_sam(const Path& out, const unsigned* ordinals, std::size_t n, bool with_header);
+  using Alignment::to_sam;  // the line of the current record
+  /// Sequences and qualities as they stand in the record, on one line each.
+  void to_fastq(const Path& out, const unsigned* ordinals, std::size_t n);
+  void to_fasta(const Path& out, const unsigned* ordinals, std::size_t n);
+
+  /// The SAM line of a record against this file's header, with or without its optional fields.
+  /// Raises as Alignment::to_sam_chr.
+  std::string alignment_to_sam(const Alignment& record, bool with_tags) const;
+  std::string alignment_to_sam(const Alignment& record) const { return record.to_sam(header_); }
+  /// `counts` with the record counted at its reference index plus 1, grown to that if need be.
+  /// Raises ReferenceIDNotFound for an index at or beyond `reference_limit`.
+  std::vector<int> reduce_ref_count(const Alignment& record, std::vector<int> counts) const;
 
  private:
   BGZF stream_;

@@ -8,10 +8,6 @@ namespace readkit {
 #define READKIT_PENDING_GATEWAY(NAME) \
   void NAME(int, txArray*[], int, const txArray*[]) { throw GatewayNotBuiltYet(#NAME); }
 
-READKIT_PENDING_GATEWAY(convertFormat)
-READKIT_PENDING_GATEWAY(samWriteUnaligned)
-READKIT_PENDING_GATEWAY(samWrite)
-READKIT_PENDING_GATEWAY(samToBam)
 READKIT_PENDING_GATEWAY(scanQualities)
 
 #undef READKIT_PENDING_GATEWAY

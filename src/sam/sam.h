@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -73,6 +74,15 @@ class SAM : public FileStream {
   /// at the first line out of order. Raises SAMRead.
   void kxsaminfo(bool& sorted, std::vector<std::uint32_t>& counts, std::vector<std::string>& names,
                  int requested);
+
+  /// Conversions, as those of BAM; all records for the form without ordinals. They raise the errors
+  /// of reading besides.
+  void to_bam(Path output);
+  void to_bam(const Path& output, const unsigned* ordinals, std::size_t n,
+              std::set<std::string> refs, bool unused = false);
+  void to_sam(const Path& output, const unsigned* ordinals, std::size_t n, bool with_header);
+  void to_fastq(const Path& output, const unsigned* ordinals, std::size_t n);
+  void to_fasta(const Path& output, const unsigned* ordinals, std::size_t n);
 
  private:
   SAM() = default;
