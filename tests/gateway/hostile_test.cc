@@ -212,7 +212,7 @@ class HostileBai : public Hostile {
     for (const HostileCall& call : place_->calls()) {
       if (call.uses_index) calls_.push_back(call);
     }
-    ASSERT_EQ(calls_.size(), 2U);
+    ASSERT_EQ(calls_.size(), 3U);
   }
   Outcomes with(const std::string& bytes, const std::string& what) {
     write("a.bai", bytes);

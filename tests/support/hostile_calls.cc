@@ -40,6 +40,10 @@ const std::set<std::string>& documented_outcomes() {
                                             "seqlab:readkit:PositionTooBig",
                                             "seqlab:readkit:BAMUnsorted",
                                             "seqlab:readkit:AllNHTagsMissing",
+                                            "seqlab:readkit:InvalidHeaderSubset",
+                                            "seqlab:readkit:InvalidSAMFormat",
+                                            "seqlab:readkit:InvalidTagType",
+                                            "Tessel:cpp:out_of_range",
                                             "Tessel:cpp:bad_alloc",
                                             "Tessel:cpp:length_error"};
   return all;
@@ -89,6 +93,32 @@ std::vector<HostileCall> HostileFolder::calls() const {
                    inputs(bam(), host::make_scalar(1.0), host::make_scalar(true),
                           host::make_scalar(true), host::make_scalar(1.0)));
   };
+  const auto output = [this] {
+    std::filesystem::remove(folder_.native("out"));  // quicker than to empty it
+    return text(folder_, "out");
+  };
+  const auto region = [=, this](const char* index_base) {
+    return [=, this] {
+      return outcome("samWrite", 0,
+                     inputs(bam(), text(folder_, index_base), output(), text("chr1:1-100000"),
+                            host::make_scalar(true), host::make_scalar(false)));
+    };
+  };
+  const auto unaligned = [=] {
+    return outcome("samWriteUnaligned", 0, inputs(bam(), output(), host::make_scalar(true)));
+  };
+  const auto convert = [=](const char* format) {
+    return [=] {
+      return outcome(
+          "convertFormat", 0,
+          inputs(bam(), text("bam"), output(), text(format), host::make_row<std::uint32_t>({})));
+    };
+  };
+  const auto subset = [=] {
+    return outcome("convertFormat", 0,
+                   inputs(bam(), text("bam"), output(), text("bam"),
+                          host::make_row<std::uint32_t>({1, 2}), text("chr1")));
+  };
   return {
       {.name = "getNumReferences", .run = simple("getNumReferences", 1)},
       {.name = "getReferenceID", .run = id},
@@ -102,6 +132,12 @@ std::vector<HostileCall> HostileFolder::calls() const {
       {"getStartsInReference", starts("a.bai"), true, false, true},
       {"getFeatures, no index", features("none.bai"), true, true},
       {"getFeatures", features("a.bai"), true, false, true},
+      {"samWrite, no index", region("none"), true, true},
+      {"samWrite", region("a"), true, false, true},
+      {"samWriteUnaligned", unaligned, true, true},
+      {"convertFormat to bam, one reference", subset, true, true},
+      {"convertFormat to sam", convert("sam"), true, true},
+      {"convertFormat to fastq", convert("fastq"), true, true},
   };
 }
 
