@@ -1,7 +1,9 @@
 #include "support/reference_decoder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <stdexcept>
 
 #include <zlib.h>
@@ -179,13 +181,14 @@ DecodedRecord decode_record(std::string_view bytes, std::size_t* used) {
   const std::string_view name = in.take(name_length);
   record.name = name.substr(0, name.find('\0'));
   if (op_count > 0) record.cigar.clear();
-  record.end = op_count > 0 ? record.pos : record.pos + 1;
+  std::int64_t end = std::int64_t{record.pos} + (op_count > 0 ? 0 : 1);
   for (std::size_t i = 0; i < op_count; ++i) {
     const std::uint32_t op = in.number(4);
     const char letter = "MIDNSHP=X???????"[op & 15];
     record.cigar += std::to_string(op >> 4) + letter;
-    if (std::strchr("MDN=X", letter) != nullptr) record.end += static_cast<int>(op >> 4);
+    if (std::strchr("MDN=X", letter) != nullptr) end += op >> 4;
   }
+  record.end = static_cast<int>(std::min<std::int64_t>(end, std::numeric_limits<int>::max()));
   if (seq_length > 0) record.seq.clear();
   const std::string_view packed = in.take((seq_length + 1) / 2);
   for (std::size_t i = 0; i < seq_length; ++i) {

@@ -57,7 +57,8 @@ struct DecodedRecord {
   std::string seq = "*";
   std::string qual = "*";
   std::vector<DecodedTag> tags;
-  int end = 0;        ///< one past the last reference base covered; `pos` + 1 without ops
+  /// One past the last reference base covered, at most 2^31 - 1; `pos` + 1 without ops.
+  int end = 0;
   std::string bytes;  ///< with the length word
 };
 
