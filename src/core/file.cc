@@ -60,6 +60,25 @@ std::size_t File::read(void* to, std::size_t n) {
   return done;
 }
 
+std::size_t File::read_line(char* to, std::size_t room) {
+  std::size_t done = 0;
+  bool ended = false;
+  while (!ended && done + 1 < room) {
+    if (available() == 0 && !refill(1)) break;
+    const std::uint8_t* const from = window_.get() + next_;
+    std::size_t piece = std::min(room - 1 - done, available());
+    if (const void* newline = std::memchr(from, '\n', piece)) {
+      piece = static_cast<std::size_t>(static_cast<const std::uint8_t*>(newline) - from) + 1;
+      ended = true;
+    }
+    std::memcpy(to + done, from, piece);
+    skip(piece);
+    done += piece;
+  }
+  to[done] = '\0';
+  return done;
+}
+
 bool File::seek(std::uint64_t offset) {
   if (!is_open()) return false;
   const std::uint64_t window_start = position_ - fill_;

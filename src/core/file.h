@@ -33,6 +33,12 @@ class File {
   void skip(std::size_t n) { next_ += n; }
   /// Reads up to `n` bytes; returns how many, fewer only at the end or on a read error.
   std::size_t read(void* to, std::size_t n);
+  /// Reads up to a '\n', which is read too, or until `room` - 1 bytes have come, and puts a NUL
+  /// behind them; returns how many there are, 0 at the end or on a read error. REQUIRES: `room`
+  /// above 0.
+  std::size_t read_line(char* to, std::size_t room);
+  /// Whether the operating system has refused a read.
+  bool read_failed() const { return is_open() && std::ferror(handle_.get()) != 0; }
   /// Positions the next read; false when the file cannot be positioned there.
   bool seek(std::uint64_t offset);
 

@@ -29,7 +29,8 @@ std::string text_argument(const txArray* a);
 /// The first element of a numeric or logical array; NaN counts as 0. Raises InvalidInputType with
 /// `option` and "double" for an empty or any other array.
 double scalar_argument(const txArray* a, const char* option);
-/// The same, truncated toward zero and saturated to 32 bits.
+/// The same, truncated toward zero and saturated to 32 or 64 bits; 64-bit integers as they are.
+std::int64_t int64_argument(const txArray* a, const char* option);
 std::int32_t int32_argument(const txArray* a, const char* option);
 /// `number` truncated toward zero and saturated to 32 bits; NaN is 0.
 std::int32_t to_int32(double number);
@@ -38,5 +39,10 @@ std::int32_t to_int32(double number);
 /// checked, but for one that stores fewer bytes: it raises InvalidInputType with `option` and
 /// "uint32". Valid while `a` lives.
 std::span<const std::uint32_t> uint32_list_argument(const txArray* a, const char* option);
+
+/// The first `count` elements of a numeric or logical array, as `int64_argument` takes one. Raises
+/// InvalidInputType with `option` and "int64" for any other array. REQUIRES: `a` has as many.
+std::vector<std::int64_t> int64_list_argument(const txArray* a, std::size_t count,
+                                              const char* option);
 
 }  // namespace readkit

@@ -138,17 +138,30 @@ std::string Alignment::cigar_string() const {
 }
 
 std::string Alignment::seq_string() const {
-  if (l_seq() < 1) return FieldMissingStr;
-  std::string text(static_cast<std::size_t>(l_seq()), '\0');
-  write_bases(seq_bytes(), text.size(), text.data());
+  std::string text;
+  seq_string(text);
   return text;
 }
 
 std::string Alignment::qual_string() const {
-  if (l_seq() < 1) return FieldMissingStr;
-  std::string text(static_cast<std::size_t>(l_seq()), '\0');
-  if (!write_qualities(qual_bytes(), text.size(), text.data())) return FieldMissingStr;
+  std::string text;
+  qual_string(text);
   return text;
+}
+
+void Alignment::seq_string(std::string& text) const {
+  if (l_seq() < 1) {
+    text = FieldMissingStr;
+    return;
+  }
+  text.resize(static_cast<std::size_t>(l_seq()));
+  write_bases(seq_bytes(), text.size(), text.data());
+}
+
+void Alignment::qual_string(std::string& text) const {
+  text.resize(static_cast<std::size_t>(std::max(l_seq(), 0)));
+  const bool present = !text.empty() && write_qualities(qual_bytes(), text.size(), text.data());
+  if (!present) text = FieldMissingStr;
 }
 
 std::string Alignment::ref_name(const BamHeader& header) const {

@@ -118,6 +118,9 @@ class Alignment {
   std::string seq_string() const;
   /// Qualities plus 33, modulo 256; "*" when `l_seq` is less than 1 or all of them are 0xFF.
   std::string qual_string() const;
+  /// The same into a string whose memory is used again.
+  void seq_string(std::string& text) const;
+  void qual_string(std::string& text) const;
   /// The name of the reference (of the mate's); "*" for a negative index. Raises
   /// ReferenceIDNotFound for an index beyond the dictionary.
   std::string ref_name(const BamHeader& header) const;

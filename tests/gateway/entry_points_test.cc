@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "gateway/gateways.h"
-#include "gateway/pending.h"
 #include "host/registry.h"
 #include "support/gateway_calls.h"
 
