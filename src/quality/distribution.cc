@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <numeric>
 
 #include "core/errors.h"
+#include "quality/blocks.h"
 
 namespace readkit {
 namespace {
@@ -17,9 +19,6 @@ constexpr std::int64_t kHighestInt = std::numeric_limits<int>::max();
 
 constexpr int kLowestByte = std::numeric_limits<signed char>::min();
 constexpr int kHighestByte = std::numeric_limits<signed char>::max();
-
-// Sums of at most this many bytes fit into 16 bits, and counts of them into 8.
-constexpr std::int64_t kBlock = 128;
 
 // Both tables have these columns; the one of letters always has its five rows.
 void require_table(std::size_t quality_rows, std::int64_t columns) {
@@ -48,35 +47,6 @@ constexpr std::array<std::uint8_t, 256> kBaseCodes = [] {
 
 const signed char* bytes_at(const char* text, int start) {
   return reinterpret_cast<const signed char*>(text) + start;
-}
-
-// How many of the bytes are `value`, the bits of `indifferent` apart.
-std::int64_t count_equal(const signed char* bytes, std::int64_t length, signed char value,
-                         int indifferent = 0) {
-  std::int64_t all = 0;
-  for (std::int64_t at = 0; at < length; at += kBlock) {
-    const std::int64_t end = std::min(at + kBlock, length);
-    std::uint8_t in_block = 0;
-    for (std::int64_t i = at; i < end; ++i) {
-      const auto bits = static_cast<signed char>(bytes[i] & ~indifferent);
-      in_block = static_cast<std::uint8_t>(in_block + (bits == value ? 1 : 0));
-    }
-    all += in_block;
-  }
-  return all;
-}
-
-std::int64_t sum_of_bytes(const signed char* bytes, std::int64_t length) {
-  std::int64_t all = 0;
-  for (std::int64_t at = 0; at < length; at += kBlock) {
-    const std::int64_t end = std::min(at + kBlock, length);
-    std::int16_t in_block = 0;
-    for (std::int64_t i = at; i < end; ++i) {
-      in_block = static_cast<std::int16_t>(in_block + bytes[i]);
-    }
-    all += in_block;
-  }
-  return all;
 }
 
 // Positions, both ends included.
@@ -111,16 +81,19 @@ void grow(distribution_t& distribution, std::int64_t columns) {
   distribution.capacity = static_cast<int>(columns);
 }
 
-// Counts `length` letters at the first positions of `base_matrix`.
-void count_letters(const char* letters, std::size_t length, distribution_t& distribution) {
+// Counts `length` letters at the first positions of `base_matrix`; returns how many are C or G.
+std::int64_t count_letters(const char* letters, std::size_t length, distribution_t& distribution) {
   BaseTally& tally = distribution.recent_bases;
   const std::size_t tallied = std::min(length, tally.positions());
   if (tally.full()) tally.move_to(distribution.base_matrix.get());
-  tally.add(letters, tallied);
+  std::int64_t gc = tally.add(letters, tallied);
   double* column = distribution.base_matrix.get() + kBaseRows * tallied;
   for (std::size_t i = tallied; i < length; ++i, column += kBaseRows) {
-    ++column[kBaseCodes[static_cast<std::uint8_t>(letters[i])]];
+    const std::uint8_t code = kBaseCodes[static_cast<std::uint8_t>(letters[i])];
+    ++column[code];
+    gc += code == kBaseCodes['C'] || code == kBaseCodes['G'] ? 1 : 0;
   }
+  return gc;
 }
 
 // What an average is made of.
@@ -140,15 +113,42 @@ int ignored_byte(const encoding_t& encoding) {
       std::clamp<std::int64_t>(encoding.ignore_value, kLowestByte - 1, kHighestByte + 1));
 }
 
-QualitySum sum_of(const signed char* qualities, std::int64_t length, const encoding_t& encoding) {
-  QualitySum all{sum_of_bytes(qualities, length), length};
-  const int ignored = ignored_byte(encoding);
-  if (ignored >= kLowestByte && ignored <= kHighestByte) {
-    const std::int64_t left_out = count_equal(qualities, length, static_cast<signed char>(ignored));
-    all.sum -= left_out * ignored;
-    all.count -= left_out;
+// Sums of so many qualities fit into 16 bits for each place of a block, counts of them into 8.
+constexpr std::size_t kStretch = 255 * kBlock;
+
+// Sums and, where they equal `ignored`, counts the qualities of a block, place by place.
+void add_qualities(const signed char* __restrict block, std::int16_t* __restrict sums) {
+  for (std::size_t i = 0; i < kBlock; ++i) sums[i] = static_cast<std::int16_t>(sums[i] + block[i]);
+}
+void count_ignored(const signed char* __restrict block, signed char ignored,
+                   std::uint8_t* __restrict counts) {
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    counts[i] = static_cast<std::uint8_t>(counts[i] + (block[i] == ignored ? 1 : 0));
   }
-  return all;
+}
+
+QualitySum sum_of(const signed char* qualities, std::int64_t length, const encoding_t& encoding) {
+  const int ignored = ignored_byte(encoding);
+  const auto ignored_quality = static_cast<signed char>(ignored);
+  const bool ignores = ignored_quality == ignored;
+  // What completes a last block is to be left out as well.
+  const signed char padding = ignores ? ignored_quality : static_cast<signed char>(0);
+  const auto n = static_cast<std::size_t>(length);
+  std::int64_t sum = 0;
+  std::int64_t left_out = 0;
+  for (std::size_t at = 0; at < n; at += kStretch) {
+    std::array<std::int16_t, kBlock> sums{};
+    std::array<std::uint8_t, kBlock> counts{};
+    for_each_block(qualities + at, std::min(n - at, kStretch), padding,
+                   [&](const signed char* block, std::size_t) {
+                     add_qualities(block, sums.data());
+                     if (ignores) count_ignored(block, ignored_quality, counts.data());
+                   });
+    sum += std::accumulate(sums.begin(), sums.end(), 0);
+    left_out += std::accumulate(counts.begin(), counts.end(), 0);
+  }
+  const std::size_t whole = ignores ? (n + kBlock - 1) / kBlock * kBlock : n;
+  return {sum - left_out * ignored, static_cast<std::int64_t>(whole) - left_out};
 }
 
 // Counts `length` qualities, and the average that `sum` of them gives.
@@ -215,10 +215,7 @@ void scanSequence(int start, int end, const char* seq, distribution_t* distribut
   const std::int64_t n = Span{start, end}.length();
   std::int64_t gc = 0;
   if (n > 0) {
-    const char* const letters = seq + start;
-    count_letters(letters, static_cast<std::size_t>(n), *distribution);
-    // C and G differ in this one bit.
-    gc = count_equal(bytes_at(seq, start), n, 'C', 'C' ^ 'G');
+    gc = count_letters(seq + start, static_cast<std::size_t>(n), *distribution);
   }
   const std::int64_t bin = gc != n ? kGcBins * gc / n : kGcBins - 1;
   ++distribution->gc_histogram.at(static_cast<std::size_t>(bin));

@@ -1,36 +1,62 @@
 #include "quality/tally.h"
 
 #include <algorithm>
+#include <numeric>
+#include <utility>
+
+#include "core/bytes.h"
+#include "quality/blocks.h"
 
 namespace readkit {
+namespace {
 
-void BaseTally::add(const char* letters, std::size_t length) {
-  // One counter a loop, which compilers turn into wide instructions.
-  constexpr std::array<char, 4> kLetters = {'A', 'C', 'G', 'T'};
-  for (std::size_t row = 0; row < kLetters.size(); ++row) {
-    std::uint8_t* const counts = letters_[row].data();
-    const char letter = kLetters[row];
-    for (std::size_t i = 0; i < length; ++i) {
-      counts[i] = static_cast<std::uint8_t>(counts[i] + (letters[i] == letter ? 1 : 0));
-    }
+// One letter at a time: compilers take the tests of several for a chain of jumps.
+void count_letter(const char* __restrict block, char letter, std::uint8_t* __restrict counts) {
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    counts[i] = static_cast<std::uint8_t>(counts[i] + (block[i] == letter ? 1 : 0));
   }
-  for (std::size_t i = 0; i < length; ++i) ++all_[i];
-  length_ = std::max(length_, length);
+}
+
+// C and G differ in this one bit.
+void count_gc(const char* __restrict block, std::uint8_t* __restrict counts) {
+  constexpr char kIndifferent = 'C' ^ 'G';
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    const auto letter = static_cast<char>(block[i] | kIndifferent);
+    counts[i] = static_cast<std::uint8_t>(counts[i] + (letter == 'G' ? 1 : 0));
+  }
+}
+
+}  // namespace
+
+int BaseTally::add(const char* letters, std::size_t length) {
+  constexpr std::array<char, 4> kLetters = {'A', 'C', 'G', 'T'};
+  static_assert(kTallyPositions / kBlock <= std::numeric_limits<std::uint8_t>::max());
+  std::array<std::uint8_t, kBlock> gc{};
+  for_each_block(letters, length, '\0', [&](const char* block, std::size_t at) {
+    for (std::size_t row = 0; row < kLetters.size(); ++row) {
+      count_letter(block, kLetters[row], letters_[row].data() + at);
+    }
+    count_gc(block, gc.data());
+  });
   ++reads_;
+  ++reads_of_length_[length];
+  return std::accumulate(gc.begin(), gc.end(), 0);
 }
 
 void BaseTally::move_to(double* matrix) {
-  for (std::size_t i = 0; i < length_; ++i) {
-    int others = all_[i];
+  int reads = reads_;  // that reach the position
+  for (std::size_t i = 0; i < kTallyPositions; ++i) {
+    reads -= std::exchange(reads_of_length_[i], std::uint8_t{0});
+    if (reads == 0) break;
+    int others = reads;
     for (Counters& counts : letters_) {
-      *matrix++ += counts[i];
-      others -= counts[i];
-      counts[i] = 0;
+      const std::uint8_t count = std::exchange(counts[i], std::uint8_t{0});
+      *matrix++ += count;
+      others -= count;
     }
     *matrix++ += others;
-    all_[i] = 0;
   }
-  length_ = 0;
+  reads_of_length_[kTallyPositions] = 0;
   reads_ = 0;
 }
 
@@ -39,22 +65,41 @@ QualityTally::QualityTally(std::int64_t lowest, std::size_t rows) {
   if (rows > kBytes || lowest < -128 || lowest > 127) return;
   lowest_ = static_cast<int>(lowest);
   rows_ = rows;
-  counts_.resize(rows * kTallyPositions);
+  // An odd multiple of half a cache line: neighbouring positions never compete for a place there.
+  constexpr std::size_t kHalfLine = 32 / sizeof(std::uint32_t);
+  stride_ = ((rows + kHalfLine - 1) / kHalfLine | 1) * kHalfLine;
+  // Room for a pointer to the counters of quality 0 of the position behind the last one, too.
+  counts_.resize(first() + stride_ * (kTallyPositions + 1) + kBytes);
 }
 
 void QualityTally::add(const signed char* qualities, std::size_t length) {
-  std::uint16_t* column = counts_.data() - lowest_;
-  for (std::size_t i = 0; i < length; ++i, column += rows_) ++column[qualities[i]];
+  const std::size_t stride = stride_;
+  std::uint32_t* column = counts_.data() + (static_cast<std::ptrdiff_t>(first()) - lowest_);
+  std::size_t i = 0;
+  // Eight at a time: one read from memory, and the loop's own work once.
+  for (; length - i >= sizeof(std::uint64_t); i += sizeof(std::uint64_t)) {
+    auto eight = load<std::uint64_t>(qualities + i);
+    for (std::size_t k = 0; k < sizeof eight; ++k) {
+      ++column[static_cast<signed char>(eight)];
+      eight >>= 8;
+      column += stride;
+    }
+  }
+  for (; i < length; ++i) {
+    ++column[qualities[i]];
+    column += stride;
+  }
   length_ = std::max(length_, length);
   ++reads_;
 }
 
 void QualityTally::move_to(double* matrix, int ignored) {
-  std::size_t at = 0;
   for (std::size_t i = 0; i < length_; ++i) {
-    for (std::size_t row = 0; row < rows_; ++row, ++at) {
-      if (lowest_ + static_cast<int>(row) != ignored) matrix[at] += counts_[at];
-      counts_[at] = 0;
+    std::uint32_t* const column = counts_.data() + first() + i * stride_;
+    for (std::size_t row = 0; row < rows_; ++row) {
+      const std::uint32_t count = std::exchange(column[row], 0U);
+      if (lowest_ + static_cast<int>(row) != ignored) *matrix += count;
+      ++matrix;
     }
   }
   length_ = 0;

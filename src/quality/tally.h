@@ -2,6 +2,7 @@
 // wide instructions. Few reads fit before the counts must be moved to where they add up.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +23,9 @@ class BaseTally {
   /// Whether another read could make a counter overflow.
   bool full() const { return reads_ == std::numeric_limits<std::uint8_t>::max(); }
 
-  /// Counts a read of at most `positions()` letters. REQUIRES: not `full()`.
-  void add(const char* letters, std::size_t length);
+  /// Counts a read of at most `positions()` letters; returns how many are C or G. REQUIRES: not
+  /// `full()`.
+  int add(const char* letters, std::size_t length);
 
   /// Adds the counts to a matrix of five rows, column by column, and starts anew. REQUIRES: the
   /// matrix has a column for every position counted.
@@ -33,8 +35,7 @@ class BaseTally {
   using Counters = std::array<std::uint8_t, kTallyPositions>;
 
   std::array<Counters, kRows - 1> letters_{};  // A, C, G, T
-  Counters all_{};
-  std::size_t length_ = 0;  // of the longest read
+  std::array<std::uint8_t, kTallyPositions + 1> reads_of_length_{};
   int reads_ = 0;
 };
 
@@ -47,7 +48,7 @@ class QualityTally {
   QualityTally(std::int64_t lowest, std::size_t rows);
 
   std::size_t positions() const { return rows_ == 0 ? 0 : kTallyPositions; }
-  bool full() const { return reads_ == std::numeric_limits<std::uint16_t>::max(); }
+  bool full() const { return reads_ == std::numeric_limits<std::uint32_t>::max(); }
 
   /// Counts a read of at most `positions()` qualities. REQUIRES: not `full()`.
   void add(const signed char* qualities, std::size_t length);
@@ -56,11 +57,15 @@ class QualityTally {
   void move_to(double* matrix, int ignored);
 
  private:
+  // Where the counters start: behind as many as a pointer to those of quality 0 may precede them.
+  std::size_t first() const { return static_cast<std::size_t>(std::max(lowest_, 0)); }
+
   int lowest_ = 0;
   std::size_t rows_ = 0;
-  std::vector<std::uint16_t> counts_;
-  std::size_t length_ = 0;
-  int reads_ = 0;
+  std::size_t stride_ = 0;  // from one position's counters to the next one's
+  std::vector<std::uint32_t> counts_;
+  std::size_t length_ = 0;  // of the longest read
+  std::uint32_t reads_ = 0;
 };
 
 }  // namespace readkit
