@@ -120,9 +120,10 @@ TEST_P(GatewayCounts, InputCountIsCheckedBeforeTheOutputs) {
 TEST_P(GatewayCounts, EveryNumberOfOutputsUpToTheMostPasses) {
   const Limits& limits = GetParam();
   const std::string name = limits.gateway;
-  const std::string expected = name == "getFeatureCountData"
-                                   ? "seqlab:readkit:InvalidInputType"
-                                   : "Tessel:string:MustBeStringScalarOrCharacterVector";
+  const std::string expected =
+      name == "scanQualities"         ? "seqlab:scanqualities:InvalidDataSourceType"
+      : name == "getFeatureCountData" ? "seqlab:readkit:InvalidInputType"
+                                      : "Tessel:string:MustBeStringScalarOrCharacterVector";
   for (int nlhs = 0; nlhs <= limits.max_out; ++nlhs) {
     EXPECT_EQ(error_of(nlhs, limits.min_in), expected) << nlhs;
   }

@@ -1,14 +1,23 @@
 #include "support/test_data.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <limits>
+#include <string>
 #include <string_view>
 
 namespace readkit {
 namespace {
 
 namespace fs = std::filesystem;
+
+// The size of the largest files to list.
+std::uintmax_t most_bytes() {
+  const char* most = std::getenv("READKIT_TEST_DATA_MOST_BYTES");
+  return most != nullptr ? std::stoull(most) : std::numeric_limits<std::uintmax_t>::max();
+}
 
 std::vector<std::string> files(const std::string& subfolder,
                                const std::vector<std::string_view>& endings) {
@@ -18,7 +27,8 @@ std::vector<std::string> files(const std::string& subfolder,
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
     const std::string name = entry.path().string();
     const auto ends_so = [&](std::string_view ending) { return name.ends_with(ending); };
-    if (entry.is_regular_file() && std::any_of(endings.begin(), endings.end(), ends_so)) {
+    if (entry.is_regular_file() && entry.file_size() <= most_bytes() &&
+        std::any_of(endings.begin(), endings.end(), ends_so)) {
       found.push_back(name);
     }
   }

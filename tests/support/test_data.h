@@ -13,7 +13,8 @@ namespace readkit {
 /// The folder of the real files; empty when there is none.
 std::string test_data_folder();
 
-/// The native names of the files of one kind, sorted.
+/// The native names of the files of one kind, sorted; where READKIT_TEST_DATA_MOST_BYTES is set,
+/// those that are no larger.
 std::vector<std::string> bam_files();
 std::vector<std::string> sam_files();
 std::vector<std::string> bai_files();
