@@ -26,7 +26,7 @@ File::File(const Path& path, const char* mode)
   if (!is_open()) return;
   if (is_for_reading(mode)) {
     std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
-    window_ = std::make_unique_for_overwrite<std::uint8_t[]>(kMaxPeek + kMostReadAhead);
+    window_ = AlignedBuffer(kMaxPeek + AlignedBuffer::kAlignment + kMostReadAhead);
   } else {
     // A buffer of our own: asked for one of a size, the run-time library may take a page.
     handle_.get_deleter().buffer = std::make_unique_for_overwrite<char[]>(kWriteBuffer);
@@ -35,16 +35,19 @@ File::File(const Path& path, const char* mode)
 }
 
 bool File::refill(std::size_t n) {
-  if (!is_open() || window_ == nullptr || n > kMaxPeek) return false;
-  std::memmove(window_.get(), window_.get() + next_, available());
-  fill_ = available();
-  next_ = 0;
+  if (!is_open() || !window_ || n > kMaxPeek) return false;
+  // What is left moves to the front, so that what is read begins at an aligned place.
+  constexpr std::size_t kAlignment = AlignedBuffer::kAlignment;
+  const std::size_t left = available();
+  const std::size_t place = (left + kAlignment - 1) / kAlignment * kAlignment;
+  std::memmove(window() + place - left, window() + next_, left);
+  begin_ = next_ = place - left;
   const std::size_t wanted = std::max(n, read_ahead_);
-  const std::size_t got = std::fread(window_.get() + fill_, 1, wanted - fill_, handle_.get());
-  fill_ += got;
+  const std::size_t got = std::fread(window() + place, 1, wanted - left, handle_.get());
+  fill_ = place + got;
   position_ += got;
   read_ahead_ = std::min(2 * read_ahead_, kMostReadAhead);
-  return n <= fill_;
+  return n <= available();
 }
 
 std::size_t File::read(void* to, std::size_t n) {
@@ -53,7 +56,7 @@ std::size_t File::read(void* to, std::size_t n) {
   while (done < n) {
     if (available() == 0 && !refill(1)) break;
     const std::size_t piece = std::min(n - done, available());
-    std::memcpy(out + done, window_.get() + next_, piece);
+    std::memcpy(out + done, window() + next_, piece);
     skip(piece);
     done += piece;
   }
@@ -65,7 +68,7 @@ std::size_t File::read_line(char* to, std::size_t room) {
   bool ended = false;
   while (!ended && done + 1 < room) {
     if (available() == 0 && !refill(1)) break;
-    const std::uint8_t* const from = window_.get() + next_;
+    const std::uint8_t* const from = window() + next_;
     std::size_t piece = std::min(room - 1 - done, available());
     if (const void* newline = std::memchr(from, '\n', piece)) {
       piece = static_cast<std::size_t>(static_cast<const std::uint8_t*>(newline) - from) + 1;
@@ -81,15 +84,15 @@ std::size_t File::read_line(char* to, std::size_t room) {
 
 bool File::seek(std::uint64_t offset) {
   if (!is_open()) return false;
-  const std::uint64_t window_start = position_ - fill_;
+  const std::uint64_t window_start = position_ - (fill_ - begin_);
   if (offset >= window_start && offset <= position_) {
-    next_ = static_cast<std::size_t>(offset - window_start);
+    next_ = begin_ + static_cast<std::size_t>(offset - window_start);
     return true;
   }
   if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return false;
   if (fseeko(handle_.get(), static_cast<off_t>(offset), SEEK_SET) != 0) return false;
   position_ = offset;
-  next_ = fill_ = 0;
+  begin_ = next_ = fill_ = 0;
   read_ahead_ = kFirstReadAhead;
   return true;
 }
@@ -104,9 +107,9 @@ bool File::write(const void* from, std::size_t n) {
 bool File::flush() { return is_open() && std::fflush(handle_.get()) == 0; }
 
 bool File::close() {
-  next_ = fill_ = 0;
+  begin_ = next_ = fill_ = 0;
   if (!is_open()) return false;
-  const bool all_written = window_ != nullptr || std::ferror(handle_.get()) == 0;
+  const bool all_written = window_ || std::ferror(handle_.get()) == 0;
   return std::fclose(handle_.release()) == 0 && all_written;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "core/aligned_buffer.h"
 #include "core/path.h"
 
 namespace readkit {
@@ -25,7 +26,7 @@ class File {
   /// The next `n` bytes, in memory that stays valid until the next call, without taking them;
   /// null when fewer are left (`available` tells how many). `n` is at most `kMaxPeek`.
   const std::uint8_t* peek(std::size_t n) {
-    return n <= fill_ - next_ || refill(n) ? window_.get() + next_ : nullptr;
+    return n <= fill_ - next_ || refill(n) ? window() + next_ : nullptr;
   }
   /// How many bytes the window holds beyond the read position.
   std::size_t available() const { return fill_ - next_; }
@@ -64,11 +65,13 @@ class File {
   };
 
   bool refill(std::size_t n);
+  std::uint8_t* window() const { return window_.data<std::uint8_t>(); }
 
   std::unique_ptr<std::FILE, Closer> handle_;
-  // Reading: window_[next_, fill_) are the bytes that come next; position_ is the offset of
-  // window_[fill_]. Writing: position_ counts the bytes.
-  std::unique_ptr<std::uint8_t[]> window_;
+  // Reading: window()[begin_, fill_) are bytes of the file, those from next_ on come next;
+  // position_ is the offset of window()[fill_]. Writing: position_ counts the bytes.
+  AlignedBuffer window_;
+  std::size_t begin_ = 0;
   std::size_t next_ = 0;
   std::size_t fill_ = 0;
   std::size_t read_ahead_ = 0;

@@ -11,9 +11,9 @@ constexpr std::size_t kBufferSize = std::size_t{1} << 18;
 }  // namespace
 
 bool FileStream::Buffer::open(const Path& path, std::ios::openmode mode) {
-  if (room_ == nullptr) {
-    room_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
-    pubsetbuf(room_.get(), kBufferSize);
+  if (!room_) {
+    room_ = AlignedBuffer(kBufferSize);
+    pubsetbuf(room_.data<char>(), kBufferSize);
   }
   return std::filebuf::open(path.native(), mode) != nullptr;
 }

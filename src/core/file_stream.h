@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/aligned_buffer.h"
 #include "core/path.h"
 
 namespace readkit {
@@ -48,7 +49,7 @@ class FileStream : public std::iostream {
     std::streamsize xsputn(const char* from, std::streamsize n) override;
 
    private:
-    std::unique_ptr<char[]> room_;
+    AlignedBuffer room_;
   };
 
   bool assemble_line(std::string_view& line);
