@@ -174,12 +174,12 @@ void count_qualities(const signed char* qualities, std::int64_t length, const Qu
 void getEmptyDistribution(distribution_t* distribution, encoding_t* encoding) {
   const std::size_t rows = quality_rows_of(*encoding);
   std::int64_t capacity = kFirstCapacity;
-  if (encoding->read_length != -1) {
-    capacity = encoding->read_length;
-    encoding->scan_start = 0;
-    encoding->scan_end = encoding->read_length - 1;
-  }
+  if (encoding->read_length != -1) capacity = encoding->read_length;
   require_table(rows, capacity);
+  if (encoding->read_length != -1) {
+    encoding->scan_start = 0;
+    encoding->scan_end = capacity - 1;
+  }
   require_span(*encoding);
   *distribution = distribution_t();
   distribution->capacity = static_cast<int>(capacity);

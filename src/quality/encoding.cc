@@ -14,7 +14,10 @@ struct ValidCharacters {
   int highest;
 
   bool any() const { return lowest <= highest; }
-  bool has(char c) const { return lowest <= static_cast<signed char>(c) && c <= highest; }
+  bool has(char c) const {
+    const auto value = static_cast<signed char>(c);
+    return lowest <= value && value <= highest;
+  }
 };
 
 ValidCharacters valid_characters(long long low, long long high, long long shift) {
