@@ -50,8 +50,10 @@ void getEmptyDistribution(distribution_t* distribution, encoding_t* encoding);
 
 /// Counts one read of `length` letters and qualities, unless its average quality or its span is too
 /// small. Kept: a span that starts two positions or more behind the read's end has a negative
-/// length, and the read counts with it. Raises InvalidData when the tables cannot grow to the span,
-/// std::out_of_range for an average without a place in the histogram, std::bad_alloc.
+/// length, and the read counts with it
+/// (DistributionSpan.SpanThatStartsFurtherBehindCountsWithANegativeLength). Raises InvalidData when
+/// the tables cannot grow to the span, std::out_of_range for an average without a place in the
+/// histogram, std::bad_alloc.
 void updateDistribution(const char* seq, const char* qual, int length, const encoding_t* encoding,
                         distribution_t* distribution);
 
