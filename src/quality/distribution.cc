@@ -17,8 +17,9 @@ constexpr std::uint64_t kMostEntries = std::uint64_t{1} << 31;
 constexpr std::int64_t kLowestInt = std::numeric_limits<int>::min();
 constexpr std::int64_t kHighestInt = std::numeric_limits<int>::max();
 
-constexpr int kLowestByte = std::numeric_limits<signed char>::min();
-constexpr int kHighestByte = std::numeric_limits<signed char>::max();
+// A quality is a signed byte.
+constexpr int kLowestByte = -128;
+constexpr int kHighestByte = 127;
 
 // Both tables have these columns; the one of letters always has its five rows.
 void require_table(std::size_t quality_rows, std::int64_t columns) {
