@@ -1,4 +1,4 @@
-"""Compares files of records: sorted, converted, indexed. samtools is the judge of BAM files."""
+"""Compares files of records: sorted or converted. samtools is the judge of BAM files."""
 
 from answers import (Mismatch, expect_equal, expect_same_lines, lines_of, result, samtools_text,
                      text_lines)
@@ -115,16 +115,3 @@ def fastq(answers):
 def fasta(answers):
     """FASTA, likewise."""
     _fastx(answers, "fasta", qualities=False, turned=True)
-
-
-def index(answers):
-    """Indexes: the same counts, and all records of every reference are found through them."""
-    bam = answers.inputs / "m.bam"
-    ours, theirs = result(answers.ours, "bai"), result(answers.theirs, "bai")
-    counts = samtools_text("idxstats", f"{bam}##idx##{theirs}")
-    expect_equal("idxstats", samtools_text("idxstats", f"{bam}##idx##{ours}"), counts)
-    for line in counts.splitlines():
-        name, _, mapped, unmapped = line.split("\t")
-        if name != "*":
-            found = int(samtools_text("view", "-c", "-X", bam, ours, name))
-            expect_equal(f"records of {name}", found, int(mapped) + int(unmapped))

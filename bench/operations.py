@@ -9,6 +9,7 @@ import json
 from dataclasses import dataclass
 from typing import Callable
 
+import answers_index as index
 import answers_records as records
 import answers_values as values
 
@@ -79,7 +80,7 @@ OPERATIONS = (
         "bamIndex", "bamIndex", call("bamIndex", "m.bam", "{out}/result.bai"),
         (peer("samtools", "index", "m.bam", "{out}/result.bai"),
          peer("sambamba", "index", "-q", "-t", "1", "m.bam", "{out}/result.bai")),
-        records.index, 0.85, ("m.bam",)),
+        index.index, 0.85, ("m.bam", "m.sam")),
     Operation(
         "bamSort", "bamSort", call("bamSort", "u.bam", "{out}/result"),
         (peer("samtools", "sort", "-o", "{out}/result.bam", "u.bam"),
