@@ -2,12 +2,18 @@
 
 import shlex
 import shutil
+import struct
+import subprocess
 from dataclasses import asdict
 
 import machine
 from answers import Answers, Mismatch
+from inputs import InputError
 from measuring import RunFailed, in_turn, measure, median, median_ratio
 
+# What one row can come to, and the others need not: also answers that cannot even be read.
+_FAILURES = (Mismatch, RunFailed, InputError, OSError, subprocess.CalledProcessError, struct.error,
+             ValueError, KeyError, IndexError, StopIteration)
 MET, MISSED, FAILED, SKIPPED, NOT_BUILT = "met", "missed", "FAILED", "skipped", "not built"
 
 
@@ -34,8 +40,7 @@ class Bench:
             for name in operation.needs:
                 self._inputs.get(name)
             return {**row, **self._measured(operation, there)}
-        except (Mismatch, RunFailed, OSError, ValueError, KeyError, IndexError,
-                StopIteration) as error:
+        except _FAILURES as error:
             return {**row, "result": FAILED, "why": f"{type(error).__name__}: {error}"}
         finally:
             shutil.rmtree(self._inputs.folder / "out", ignore_errors=True)

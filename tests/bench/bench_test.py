@@ -103,7 +103,7 @@ class MakingInputs(unittest.TestCase):
             self.assertEqual(again.read_bytes(), b"second")
 
 
-def fake_bench(folder, rounds=2):
+def fake_bench(folder, rounds=1):
     """A bench whose own program is a script that prints 7 or what it is told."""
     program = pathlib.Path(folder, "own")
     program.write_text("#!/bin/sh\necho ${1:-7}\n")
@@ -119,11 +119,11 @@ def same_text(given):
 class Rows(unittest.TestCase):
     """A row from its commands to the report."""
 
-    def row(self, ours=("readkit",), peer=("echo", "7"), reach=1e9):
+    def row(self, ours=("readkit",), peer=("echo", "7"), reach=1e9, check=same_text):
         """The row of a made-up operation."""
         operation = operations.Operation(
             "name", "Title <1>", operations.Command("readkit", ours),
-            (operations.peer(*peer),), same_text, reach, ())
+            (operations.peer(*peer),), check, reach, ())
         with tempfile.TemporaryDirectory() as folder:
             return fake_bench(folder).row(operation)
 
@@ -138,7 +138,7 @@ class Rows(unittest.TestCase):
     def test_met_and_missed(self):
         row = self.row()
         self.assertEqual(row["result"], rows.MET, row)
-        self.assertEqual(len(row["samples"]["readkit"]), 2)
+        self.assertEqual(len(row["samples"]["readkit"]), 1)
         self.assertEqual(self.row(reach=0)["result"], rows.MISSED)
 
     def test_wrong_answer_fails(self):
@@ -146,6 +146,11 @@ class Rows(unittest.TestCase):
         self.assertEqual(row["result"], rows.FAILED)
         self.assertIn("against echo: text", row["why"])
         self.assertTrue(report.failed(self.results(row)))
+
+    def test_answer_that_cannot_be_read_fails_its_row(self):
+        row = self.row(check=lambda given: int(values.printed(given.ours) + "x"))
+        self.assertEqual(row["result"], rows.FAILED)
+        self.assertIn("ValueError", row["why"])
 
     def test_missed_or_skipped_is_no_failure(self):
         skipped = self.row(peer=("no-such-program",))
