@@ -244,16 +244,7 @@ Rewritten rewrite(const ModelSam& sam) {
 
 // ---- Files ------------------------------------------------------------------------------------
 
-class RealSamLines : public testing::TestWithParam<std::string> {
- protected:
-  void SetUp() override {
-    SKIP_WITHOUT_TEST_DATA();
-    for (const std::string& name : sams_of(GetParam())) files_.push_back(test_file(name));
-    ASSERT_FALSE(files_.empty());
-  }
-
-  Lines files_;
-};
+class RealSamLines : public RealSamsTest {};
 
 INSTANTIATE_TEST_SUITE_P(Files, RealSamLines, testing::ValuesIn(real_sams()),
                          [](const auto& param) { return sam_test_name(param.param); });

@@ -18,16 +18,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-class RealSam : public testing::TestWithParam<std::string> {
- protected:
-  void SetUp() override {
-    SKIP_WITHOUT_TEST_DATA();
-    for (const std::string& name : sams_of(GetParam())) files_.push_back(test_file(name));
-    ASSERT_FALSE(files_.empty());
-  }
-
-  Lines files_;
-};
+class RealSam : public RealSamsTest {};
 
 INSTANTIATE_TEST_SUITE_P(Files, RealSam, testing::ValuesIn(real_sams()),
                          [](const auto& param) { return sam_test_name(param.param); });

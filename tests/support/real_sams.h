@@ -7,7 +7,10 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "support/temp_dir.h"
+#include "support/test_data.h"
 
 namespace readkit {
 
@@ -22,6 +25,18 @@ std::vector<std::string> sams_of(const std::string& parameter);
 std::string example_file(const std::string& name);
 /// A test's name for a file or folder.
 std::string sam_test_name(const std::string& parameter);
+
+/// A test over the files that its parameter stands for.
+class RealSamsTest : public testing::TestWithParam<std::string> {
+ protected:
+  void SetUp() override {
+    SKIP_WITHOUT_TEST_DATA();
+    for (const std::string& name : sams_of(GetParam())) files_.push_back(test_file(name));
+    ASSERT_FALSE(files_.empty());
+  }
+
+  std::vector<std::string> files_;
+};
 
 /// The fields of a line, with their TABs again.
 std::string joined(const std::vector<std::string>& fields);
