@@ -67,7 +67,7 @@ std::uint64_t RunBuffer::bytes_with(std::size_t size) const {
 std::uint8_t* RunBuffer::room_for(std::size_t size) {
   if (pieces_.empty() || pieces_.back().size - used_ < size) {
     const std::size_t piece_size = std::max(size, kPieceSize);
-    pieces_.push_back({std::make_unique_for_overwrite<std::uint8_t[]>(piece_size), piece_size});
+    pieces_.push_back({make_large_memory(piece_size), piece_size});
     piece_bytes_ += piece_size;
     used_ = 0;
   }

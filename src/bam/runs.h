@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "core/large_memory.h"
 #include "core/path.h"
 #include "core/ustring.h"
 #include "header/bam_header.h"
@@ -65,7 +66,7 @@ class RunBuffer {
   };
   // A piece of memory that records lie in.
   struct Piece {
-    std::unique_ptr<std::uint8_t[]> bytes;
+    LargeMemory bytes;
     std::size_t size = 0;
   };
   static constexpr std::size_t kPieceSize = std::size_t{4} << 20;

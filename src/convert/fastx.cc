@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "records/bases.h"
 #include "records/field_text.h"
 
 namespace readkit {
@@ -25,7 +26,7 @@ char* write_read(char mark, const Alignment& record, char* out) {
   if (bases == 0) {
     out = write_text(Alignment::FieldMissingStr, out);
   } else {
-    write_bases(record.seq_bytes(), bases, out);
+    unpack_bases(record.seq_bytes(), bases, out);
     out += bases;
   }
   *out++ = '\n';

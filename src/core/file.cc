@@ -24,13 +24,11 @@ bool is_for_reading(const char* mode) { return std::strchr(mode, 'r') != nullptr
 File::File(const Path& path, const char* mode)
     : handle_(std::fopen(path.native().c_str(), mode)), read_ahead_(kFirstReadAhead) {
   if (!is_open()) return;
+  std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
   if (is_for_reading(mode)) {
-    std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
     window_ = AlignedBuffer(kMaxPeek + AlignedBuffer::kAlignment + kMostReadAhead);
   } else {
-    // A buffer of our own: asked for one of a size, the run-time library may take a page.
-    handle_.get_deleter().buffer = std::make_unique_for_overwrite<char[]>(kWriteBuffer);
-    std::setvbuf(handle_.get(), handle_.get_deleter().buffer.get(), _IOFBF, kWriteBuffer);
+    pending() = PendingOutput(kWriteBuffer);
   }
 }
 
@@ -63,23 +61,20 @@ std::size_t File::read(void* to, std::size_t n) {
   return done;
 }
 
-std::size_t File::read_line(char* to, std::size_t room) {
-  std::size_t done = 0;
-  bool ended = false;
-  while (!ended && done + 1 < room) {
+LineCopy File::read_line(char* to, std::size_t room) {
+  LineCopy line;
+  while (!line.ended && line.length + 1 < room) {
     if (available() == 0 && !refill(1)) break;
-    const std::uint8_t* const from = window() + next_;
-    std::size_t piece = std::min(room - 1 - done, available());
-    if (const void* newline = std::memchr(from, '\n', piece)) {
-      piece = static_cast<std::size_t>(static_cast<const std::uint8_t*>(newline) - from) + 1;
-      ended = true;
-    }
-    std::memcpy(to + done, from, piece);
-    skip(piece);
-    done += piece;
+    const std::size_t most = std::min(room - 1 - line.length, available());
+    const char* const from = reinterpret_cast<const char*>(window()) + next_;
+    const LineCopy piece = copy_line(to + line.length, from, most);
+    skip(piece.length);
+    line.length += piece.length;
+    line.ended = piece.ended;
+    line.has_nul |= piece.has_nul;
   }
-  to[done] = '\0';
-  return done;
+  to[line.length] = '\0';
+  return line;
 }
 
 bool File::seek(std::uint64_t offset) {
@@ -97,20 +92,28 @@ bool File::seek(std::uint64_t offset) {
   return true;
 }
 
-bool File::write(const void* from, std::size_t n) {
-  if (!is_open()) return false;
-  const std::size_t written = std::fwrite(from, 1, n, handle_.get());
-  position_ += written;
-  return written == n && std::ferror(handle_.get()) == 0;
+bool File::write_through(const void* from, std::size_t n) {
+  if (!pending().accepts()) return false;
+  const auto* next = static_cast<const char*>(from);
+  // Through the buffer, however much it is: the file then gets all bytes from aligned places.
+  while (!pending().keep(next, n)) {
+    const std::size_t piece = pending().room_left();
+    pending().keep(next, piece);
+    if (!pending().bring_out(handle_.get())) return false;
+    next += piece;
+    n -= piece;
+  }
+  return true;
 }
 
-bool File::flush() { return is_open() && std::fflush(handle_.get()) == 0; }
+bool File::flush() {
+  return is_open() && pending().bring_out(handle_.get()) && std::fflush(handle_.get()) == 0;
+}
 
 bool File::close() {
   begin_ = next_ = fill_ = 0;
   if (!is_open()) return false;
-  const bool all_written = window_ || std::ferror(handle_.get()) == 0;
-  return std::fclose(handle_.release()) == 0 && all_written;
+  return pending().close(handle_.release());
 }
 
 bool remove_file(const Path& path) { return std::remove(path.native().c_str()) == 0; }

@@ -1,5 +1,4 @@
-// The owner of an operating-system file, read through a window of its own and written through the
-// run-time library's buffer.
+// The owner of an operating-system file, read and written through memory of its own.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +7,9 @@
 #include <memory>
 
 #include "core/aligned_buffer.h"
+#include "core/line_copy.h"
 #include "core/path.h"
+#include "core/pending_output.h"
 
 namespace readkit {
 
@@ -35,16 +36,20 @@ class File {
   /// Reads up to `n` bytes; returns how many, fewer only at the end or on a read error.
   std::size_t read(void* to, std::size_t n);
   /// Reads up to a '\n', which is read too, or until `room` - 1 bytes have come, and puts a NUL
-  /// behind them; returns how many there are, 0 at the end or on a read error. REQUIRES: `room`
-  /// above 0.
-  std::size_t read_line(char* to, std::size_t room);
+  /// behind them; none come at the end or on a read error. What lies behind that NUL may change.
+  /// REQUIRES: `room` above 0.
+  LineCopy read_line(char* to, std::size_t room);
   /// Whether the operating system has refused a read.
   bool read_failed() const { return is_open() && std::ferror(handle_.get()) != 0; }
   /// Positions the next read; false when the file cannot be positioned there.
   bool seek(std::uint64_t offset);
 
   /// Accepts `n` bytes; false when they, or bytes before them, could not all be taken.
-  bool write(const void* from, std::size_t n);
+  bool write(const void* from, std::size_t n) {
+    if (!pending().keep(from, n) && !write_through(from, n)) return false;
+    position_ += n;
+    return true;
+  }
 
   /// Hands what has been written to the operating system; false when that fails.
   bool flush();
@@ -58,16 +63,12 @@ class File {
   static constexpr std::size_t kMaxPeek = std::size_t{1} << 17;
 
  private:
-  // Closes a file, and keeps the buffer that it writes from until then.
-  struct Closer {
-    std::unique_ptr<char[]> buffer;
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-
   bool refill(std::size_t n);
+  bool write_through(const void* from, std::size_t n);
+  PendingOutput& pending() { return handle_.get_deleter(); }
   std::uint8_t* window() const { return window_.data<std::uint8_t>(); }
 
-  std::unique_ptr<std::FILE, Closer> handle_;
+  std::unique_ptr<std::FILE, PendingOutput> handle_;
   // Reading: window()[begin_, fill_) are bytes of the file, those from next_ on come next;
   // position_ is the offset of window()[fill_]. Writing: position_ counts the bytes.
   AlignedBuffer window_;

@@ -13,6 +13,8 @@
 
 #include <locale.h>
 
+#include "core/digits.h"
+
 namespace readkit {
 namespace {
 
@@ -25,22 +27,6 @@ int digit_value(char c) {
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   return kNoDigit;
-}
-
-struct LeadingDigits {
-  long value = 0;
-  std::size_t count = 0;
-};
-
-// The usual number: digits alone. Stops before the digit that could saturate.
-LeadingDigits leading_digits(std::string_view text) {
-  constexpr std::size_t kSafeDigits = 18;
-  LeadingDigits digits;
-  while (digits.count < std::min(text.size(), kSafeDigits) &&
-         digit_value(text[digits.count]) < 10) {
-    digits.value = digits.value * 10 + digit_value(text[digits.count++]);
-  }
-  return digits;
 }
 
 struct ParsedLong {
@@ -114,6 +100,7 @@ ParsedFloat scan_float(std::string_view text) {
 long parse_long(std::string_view text, std::size_t* used, int base) {
   if (base == 10) {
     const auto [value, digits] = leading_digits(text);
+    // The usual number: digits alone, and fewer than could saturate.
     if (digits > 0 && (digits == text.size() || digit_value(text[digits]) >= base)) {
       if (used != nullptr) *used = digits;
       return value;

@@ -15,14 +15,10 @@ int without_return(const char* line, std::size_t end) {
   return static_cast<int>(has_return ? end - 1 : end);
 }
 
-// The index of the '\n' or NUL that ends the text of a line whose last `got` characters were read
-// to `from`; a '\n' can only be the last of them.
-std::size_t text_end(const char* line, std::size_t from, std::size_t got) {
-  if (const void* nul = std::memchr(line + from, '\0', got)) {
-    return static_cast<std::size_t>(static_cast<const char*>(nul) - line);
-  }
-  const std::size_t end = from + got;
-  return got > 0 && line[end - 1] == '\n' ? end - 1 : end;
+// The index of the '\n' or NUL that ends the text of a line whose last part was read to `from`.
+std::size_t text_end(const char* line, std::size_t from, const LineCopy& part) {
+  if (part.has_nul) return from + std::strlen(line + from);
+  return from + part.length - (part.ended ? 1 : 0);
 }
 
 }  // namespace
@@ -39,11 +35,10 @@ int readLine(buffer_t* buffer, File& file) {
   while (true) {
     const auto capacity = static_cast<std::size_t>(buffer->capacity);
     char* const text = buffer->text.get();
-    // Only a line that fills the buffer reaches the byte before its last.
-    text[capacity - 2] = '\0';
-    const std::size_t got = file.read_line(text + read, capacity - read);
-    if (text[capacity - 2] == '\0' || text[capacity - 2] == '\n') {
-      return without_return(text, text_end(text, read, got));
+    const LineCopy part = file.read_line(text + read, capacity - read);
+    const bool fills = read + part.length == capacity - 1;
+    if (!fills || text[capacity - 2] == '\0' || part.ended) {
+      return without_return(text, text_end(text, read, part));
     }
     read = capacity - 1;
     if (buffer->capacity > std::numeric_limits<int>::max() / 2) throw InvalidData();

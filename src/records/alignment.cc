@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "records/bases.h"
 #include "records/field_text.h"
 #include "records/tags.h"
 
@@ -155,7 +156,7 @@ void Alignment::seq_string(std::string& text) const {
     return;
   }
   text.resize(static_cast<std::size_t>(l_seq()));
-  write_bases(seq_bytes(), text.size(), text.data());
+  unpack_bases(seq_bytes(), text.size(), text.data());
 }
 
 void Alignment::qual_string(std::string& text) const {

@@ -16,7 +16,7 @@
 #include "core/bytes.h"
 #include "header/bam_header.h"
 #include "records/record_format.h"
-#include "records/sam_parse.h"
+#include "records/reference_map.h"
 
 namespace readkit {
 

@@ -1,7 +1,5 @@
 #include "records/field_text.h"
 
-#include <array>
-
 #include "core/bytes.h"
 #include "core/number.h"
 #include "records/alignment.h"
@@ -10,16 +8,6 @@ namespace readkit {
 namespace {
 
 constexpr char kOpLetters[] = "MIDNSHP=X???????";
-constexpr char kBaseLetters[] = "=ACMGRSVTWYHKDBN";
-
-// The two letters of every packed byte, in the order in which they stand in memory.
-constexpr std::array<std::array<char, 2>, 256> kBasePairs = [] {
-  std::array<std::array<char, 2>, 256> pairs{};
-  for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
-    pairs[byte] = {kBaseLetters[byte >> 4], kBaseLetters[byte & 0xF]};
-  }
-  return pairs;
-}();
 
 }  // namespace
 
@@ -30,13 +18,6 @@ char* write_cigar(const std::uint8_t* ops, int count, char* out) {
     *out++ = kOpLetters[word & 0xF];
   }
   return out;
-}
-
-void write_bases(const std::uint8_t* packed, std::size_t count, char* out) {
-  for (std::size_t i = 0; i < count / 2; ++i) {
-    std::memcpy(out + 2 * i, kBasePairs[packed[i]].data(), 2);
-  }
-  if (count % 2 != 0) out[count - 1] = kBaseLetters[packed[count / 2] >> 4];
 }
 
 bool write_qualities(const std::uint8_t* qualities, std::size_t count, char* out) {

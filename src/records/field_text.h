@@ -1,4 +1,4 @@
-// The fields of a record as SAM shows them: positions, CIGAR, sequence and qualities.
+// The fields of a record as SAM shows them: positions, CIGAR and qualities.
 #pragma once
 
 #include <cstddef>
@@ -17,9 +17,6 @@ inline constexpr std::size_t kMaxCigarOpText = 10;
 /// Writes `count` ops, each as its length and letter, at `out`, which has room for `count` *
 /// `kMaxCigarOpText`; returns the end. A code without a letter prints as '?'.
 char* write_cigar(const std::uint8_t* ops, int count, char* out);
-
-/// Writes `count` letters, high nibble first, at `out`.
-void write_bases(const std::uint8_t* packed, std::size_t count, char* out);
 
 /// Writes `count` qualities plus 33, modulo 256, at `out`; returns false when all of them are 0xFF,
 /// the mark of missing qualities.

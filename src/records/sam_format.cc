@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/number.h"
+#include "records/bases.h"
 #include "records/field_text.h"
 #include "records/tags.h"
 
@@ -65,7 +66,7 @@ char* write_sequence_and_qualities(const Alignment& record, char* out) {
     return write_tab(write_missing(out));
   }
   const auto length = static_cast<std::size_t>(record.l_seq());
-  write_bases(record.seq_bytes(), length, out);
+  unpack_bases(record.seq_bytes(), length, out);
   out = write_tab(out + length);
   const bool present = write_qualities(record.qual_bytes(), length, out);
   return write_tab(present ? out + length : write_missing(out));

@@ -1,6 +1,4 @@
 // One pass over a SAM line, field by field, into the record's block.
-#include "records/sam_parse.h"
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -8,10 +6,13 @@
 #include <stdexcept>
 
 #include "core/bytes.h"
+#include "core/digits.h"
 #include "core/errors.h"
 #include "core/number.h"
 #include "records/alignment.h"
+#include "records/bases.h"
 #include "records/bins.h"
+#include "records/reference_map.h"
 #include "records/tags.h"
 
 namespace readkit {
@@ -36,37 +37,41 @@ std::uint8_t code_of(const std::array<std::uint8_t, 256>& codes, char letter) {
 
 [[noreturn]] void raise_invalid() { throw InvalidSAMFormat(UString()); }
 
-// Hands out the fields of a line, one after the other.
+// Hands out the fields of a line, one after the other. Each must be ended by a TAB.
 class Fields {
  public:
   explicit Fields(std::string_view line) : rest_(line) {}
 
-  /// The next field, which must be ended by a TAB.
   std::string_view next() {
     const std::size_t tab = rest_.find('\t');
     if (tab == std::string_view::npos) raise_invalid();
-    const std::string_view field = rest_.substr(0, tab);
-    rest_.remove_prefix(tab + 1);
-    return field;
+    return take(tab);
+  }
+  /// The value of the next field; what does not fit into the record's field is cut off later.
+  std::int64_t next_number() {
+    // The usual one: digits alone.
+    const LeadingDigits digits = leading_digits(rest_);
+    if (digits.count > 0 && digits.count < rest_.size() && rest_[digits.count] == '\t') {
+      take(digits.count);
+      return digits.value;
+    }
+    return parse_long(next());
+  }
+  /// A 1-based position as the 0-based one before it.
+  std::int32_t next_position() {
+    return static_cast<std::int32_t>(static_cast<std::uint64_t>(next_number()) - 1);
   }
   std::string_view rest() const { return rest_; }
 
  private:
+  std::string_view take(std::size_t length) {
+    const std::string_view field = rest_.substr(0, length);
+    rest_.remove_prefix(length + 1);
+    return field;
+  }
+
   std::string_view rest_;
 };
-
-// A number field's value; what does not fit into the record's field is cut off later.
-std::int64_t number(std::string_view field) { return parse_long(field); }
-
-// A 1-based position as the 0-based one before it.
-std::int32_t position(std::string_view field) {
-  return static_cast<std::int32_t>(static_cast<std::uint64_t>(number(field)) - 1);
-}
-
-int reference(std::string_view name, const ReferenceMap& refs, int otherwise) {
-  const auto found = refs.find(name);
-  return found == refs.end() ? otherwise : found->second;
-}
 
 std::int32_t clamp_to_int32(std::int64_t n) {
   using Limits = std::numeric_limits<std::int32_t>;
@@ -98,45 +103,6 @@ Cigar encode_cigar(std::string_view field, std::uint8_t* out) {
   return cigar;
 }
 
-// The packed byte of every two letters, by the 16-bit word that they form in memory, and whether
-// both are letters of bases.
-struct BasePair {
-  std::uint8_t packed;
-  std::uint8_t invalid;
-};
-constexpr std::size_t kBasePairs = std::size_t{1} << 16;
-
-const std::array<BasePair, kBasePairs>& base_pairs() {
-  static const std::array<BasePair, kBasePairs> table = [] {
-    std::array<BasePair, kBasePairs> pairs{};
-    for (std::size_t word = 0; word < kBasePairs; ++word) {
-      const std::uint8_t high = Alignment::seq_rev_key[word & 0xFF];
-      const std::uint8_t low = Alignment::seq_rev_key[word >> 8];
-      pairs[word].packed = static_cast<std::uint8_t>(high << 4 | (low & 0xF));
-      pairs[word].invalid = high == kNoCode || low == kNoCode;
-    }
-    return pairs;
-  }();
-  return table;
-}
-
-void encode_bases(std::string_view letters, std::uint8_t* out) {
-  const std::array<BasePair, kBasePairs>& table = base_pairs();
-  std::uint8_t invalid = 0;
-  const std::size_t pairs = letters.size() / 2;
-  for (std::size_t i = 0; i < pairs; ++i) {
-    const BasePair pair = table[load<std::uint16_t>(letters.data() + 2 * i)];
-    out[i] = pair.packed;
-    invalid |= pair.invalid;
-  }
-  if (letters.size() % 2 != 0) {
-    const std::uint8_t high = code_of(Alignment::seq_rev_key, letters.back());
-    out[pairs] = static_cast<std::uint8_t>(high << 4);
-    invalid |= static_cast<std::uint8_t>(high == kNoCode);
-  }
-  if (invalid != 0) raise_invalid();
-}
-
 // Encodes `count` qualities from the start of `text`, which may run on past the field; bytes that
 // the line does not have are 0xFF.
 void encode_qualities(std::string_view text, std::size_t count, std::uint8_t* out) {
@@ -150,7 +116,7 @@ void encode_qualities(std::string_view text, std::size_t count, std::uint8_t* ou
 }  // namespace
 
 constexpr std::array<std::uint8_t, 256> Alignment::cigar_rev_key = reversed("MIDNSHP=X");
-constexpr std::array<std::uint8_t, 256> Alignment::seq_rev_key = reversed("=ACMGRSVTWYHKDBN");
+constexpr std::array<std::uint8_t, 256> Alignment::seq_rev_key = reversed(kBaseLetters);
 
 void Alignment::parse(std::string_view line, const ReferenceMap& refs) {
   namespace format = record_format;
@@ -163,12 +129,12 @@ void Alignment::parse(std::string_view line, const ReferenceMap& refs) {
   Fields fields(line);
   const std::string_view name = fields.next();
   if (name.size() > kLongestName) raise_invalid();
-  store(block + format::kFlag, static_cast<std::uint16_t>(number(fields.next())));
-  const int ref_id = reference(fields.next(), refs, -1);
+  store(block + format::kFlag, static_cast<std::uint16_t>(fields.next_number()));
+  const int ref_id = refs.find(fields.next());
   store<std::int32_t>(block + format::kRefId, ref_id);
-  const std::int32_t pos = position(fields.next());
+  const std::int32_t pos = fields.next_position();
   store(block + format::kPos, pos);
-  block[format::kMapq] = static_cast<std::uint8_t>(number(fields.next()));
+  block[format::kMapq] = static_cast<std::uint8_t>(fields.next_number());
 
   std::uint8_t* out = std::copy(name.begin(), name.end(), block + format::kName);
   *out++ = 0;
@@ -180,15 +146,17 @@ void Alignment::parse(std::string_view line, const ReferenceMap& refs) {
   store(block + format::kBin, static_cast<std::uint16_t>(bin));
 
   const std::string_view mate = fields.next();
-  store<std::int32_t>(block + format::kNextRefId, reference(mate, refs, mate == "=" ? ref_id : -1));
-  store(block + format::kNextPos, position(fields.next()));
-  store(block + format::kTlen, static_cast<std::int32_t>(number(fields.next())));
+  int mate_id = refs.find(mate);
+  if (mate_id == ReferenceMap::kNone && mate == "=") mate_id = ref_id;
+  store<std::int32_t>(block + format::kNextRefId, mate_id);
+  store(block + format::kNextPos, fields.next_position());
+  store(block + format::kTlen, static_cast<std::int32_t>(fields.next_number()));
 
   // Kept: one would expect the whole sequence; its length is taken modulo 256.
   const std::string_view sequence = fields.next();
   const std::size_t bases = static_cast<std::uint8_t>(sequence.size());
   store(block + format::kSeqLength, static_cast<std::int32_t>(bases));
-  encode_bases(sequence.substr(0, bases), out);
+  if (!pack_bases(sequence.substr(0, bases), out)) raise_invalid();
   out += (bases + 1) / 2;
 
   const std::string_view rest = fields.rest();

@@ -1,9 +1,13 @@
 // The information scan: sortedness and counts, from two fields of every line.
-#include <algorithm>
+#include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <system_error>
 
+#include "core/bytes.h"
+#include "core/digits.h"
 #include "core/errors.h"
 #include "sam/sam.h"
 
@@ -11,39 +15,48 @@ namespace readkit {
 namespace {
 
 bool is_blank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
+// The text of a line ends at a NUL, too.
+bool ends_word(char c) { return is_blank(c) || c == '\0'; }
 
-std::string_view skip_blanks(std::string_view text) {
-  const auto* const first = std::find_if_not(text.begin(), text.end(), is_blank);
-  return text.substr(static_cast<std::size_t>(first - text.begin()));
+void skip_blanks(std::string_view& text) {
+  while (!text.empty() && is_blank(text[0])) text.remove_prefix(1);
 }
 
 // Takes a blank-delimited word off `text`; empty when there is none.
 std::string_view take_word(std::string_view& text) {
-  text = skip_blanks(text);
-  const auto* const last = std::find_if(text.begin(), text.end(), is_blank);
-  const std::string_view word = text.substr(0, static_cast<std::size_t>(last - text.begin()));
-  text.remove_prefix(word.size());
+  skip_blanks(text);
+  // Blanks are among the few characters that sort before '!'.
+  std::size_t length = 0;
+  while (text.size() - length >= kEight) {
+    const std::size_t step = first_marked(mark_below(load<std::uint64_t>(&text[length]), '!'));
+    length += step;
+    if (step < kEight) break;
+  }
+  while (length < text.size() && !ends_word(text[length])) ++length;
+  const std::string_view word = text.substr(0, length);
+  text.remove_prefix(length);
   return word;
 }
 
 // Takes an optional sign and digits off `text`, behind blanks; nothing without digits. Saturates
 // and wraps as an unsigned conversion of the run-time library does.
 std::optional<std::uint32_t> take_number(std::string_view& text) {
-  text = skip_blanks(text);
-  const bool negative = text.starts_with('-');
+  skip_blanks(text);
+  bool negative = text.starts_with('-');
   if (negative || text.starts_with('+')) text.remove_prefix(1);
-  if (text.empty() || !is_digit(text[0])) return std::nullopt;
-  constexpr std::uint64_t kHighest = std::numeric_limits<std::uint64_t>::max();
-  std::uint64_t value = 0;
-  bool saturated = false;
-  while (!text.empty() && is_digit(text[0])) {
-    const auto digit = static_cast<std::uint64_t>(text[0] - '0');
-    saturated = saturated || value > (kHighest - digit) / 10;
-    value = value * 10 + digit;
-    text.remove_prefix(1);
+  const LeadingDigits digits = leading_digits(text);
+  if (digits.count == 0) return std::nullopt;
+  auto value = static_cast<std::uint64_t>(digits.value);
+  const char* end = text.data() + digits.count;
+  if (digits.count == LeadingDigits::kMost) {
+    const auto all = std::from_chars(text.data(), text.data() + text.size(), value);
+    end = all.ptr;
+    if (all.ec != std::errc()) {
+      value = std::numeric_limits<std::uint64_t>::max();
+      negative = false;
+    }
   }
-  if (saturated) return static_cast<std::uint32_t>(kHighest);
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
   return static_cast<std::uint32_t>(negative ? 0 - value : value);
 }
 
@@ -54,7 +67,6 @@ struct Placement {
 
 // The third and the fourth word of a line whose second is a number; nothing for other lines.
 std::optional<Placement> placement_of(std::string_view line) {
-  line = line.substr(0, line.find('\0'));
   if (take_word(line).empty() || !take_number(line)) return std::nullopt;
   Placement placement;
   placement.reference = take_word(line);
@@ -72,9 +84,7 @@ void SAM::kxsaminfo(bool& sorted, std::vector<std::uint32_t>& counts,
   sorted = true;
   counts.push_back(0);
   names.emplace_back(Alignment::FieldMissingStr);
-  ReferenceMap indexes;
-  indexes.max_load_factor(1.0F);
-  indexes.emplace(Alignment::FieldMissingStr, 0);
+  ReferenceMap indexes{{Alignment::FieldMissingStr, 0}};
   int current = 0;
   std::uint32_t last = 0;
   rewind();
@@ -83,14 +93,13 @@ void SAM::kxsaminfo(bool& sorted, std::vector<std::uint32_t>& counts,
   while (next_line(line)) {
     const auto placement = placement_of(line);
     if (!placement) continue;
-    auto found = indexes.find(placement->reference);
-    if (found == indexes.end()) {
-      const int next = static_cast<int>(indexes.size());
-      found = indexes.emplace(placement->reference, next).first;
+    int index = indexes.find(placement->reference);
+    if (index == ReferenceMap::kNone) {
+      index = static_cast<int>(indexes.size());
+      indexes.insert_or_assign(std::string(placement->reference), index);
       names.emplace_back(placement->reference);
       counts.push_back(0);
     }
-    const int index = found->second;
     ++counts[static_cast<std::size_t>(index)];
     // Without a reference, index 0, positions are not checked.
     const bool goes_back = index == current && index != 0 && placement->position < last;

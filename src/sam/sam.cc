@@ -17,7 +17,6 @@ std::string_view without_carriage_return(std::string_view line) {
 }  // namespace
 
 SAM::SAM(const Path& path, std::string_view mode) : path_(path) {
-  refs_.max_load_factor(1.0F);
   open(path, open_mode(mode));
   if (fail()) throw FileNotFound(path.text());
   if (mode == "w") return;

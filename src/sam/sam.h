@@ -18,7 +18,7 @@
 #include "core/path.h"
 #include "header/bam_header.h"
 #include "records/alignment.h"
-#include "records/sam_parse.h"
+#include "records/reference_map.h"
 
 namespace readkit {
 

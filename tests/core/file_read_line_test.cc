@@ -17,16 +17,20 @@ using Lines = std::vector<std::string>;
 
 constexpr std::size_t kFirstWindow = std::size_t{1} << 16;
 
-// One line; expects the NUL behind it, and nothing else of the room touched.
+// One line; expects the NUL behind it, nothing behind the room touched, and the line told truly.
 std::string line_of(File& file, std::size_t room) {
   constexpr char kUntouched = '\x7e';
   std::string to(room + 1, kUntouched);
-  const std::size_t size = file.read_line(to.data(), room);
+  const LineCopy line = file.read_line(to.data(), room);
+  const std::size_t size = line.length;
   EXPECT_LT(size, room);
   if (size >= room) return "(too long)";
   EXPECT_EQ(to[size], '\0');
-  EXPECT_EQ(to.find_first_not_of(kUntouched, size + 1), std::string::npos);
-  return to.substr(0, size);
+  EXPECT_EQ(to[room], kUntouched);
+  to.resize(size);
+  EXPECT_EQ(line.ended, to.ends_with('\n'));
+  EXPECT_EQ(line.has_nul, to.find('\0') != std::string::npos);
+  return to;
 }
 
 // All lines up to the first of no characters.

@@ -23,12 +23,6 @@ std::string cigar_text(const std::vector<std::uint32_t>& ops) {
   return text;
 }
 
-std::string bases(const std::vector<std::uint8_t>& packed, std::size_t count) {
-  std::string text(count, '\0');
-  write_bases(packed.data(), count, text.data());
-  return text;
-}
-
 TEST(FieldText, PositionsCountFromOneAndWrap) {
   EXPECT_EQ(one_based(-1), 0);
   EXPECT_EQ(one_based(0), 1);
@@ -45,19 +39,6 @@ TEST(FieldText, EveryOpCodeHasItsLetterAndCodesWithoutOnePrintAsQuestionMark) {
 TEST(FieldText, TheLongestOpFitsTheStatedRoom) {
   EXPECT_EQ(cigar_text({0xFFFFFFF0U, 0U}), "268435455M0M");
   EXPECT_EQ(std::string("268435455M").size(), kMaxCigarOpText);
-}
-
-TEST(FieldText, BothNibblesOfEveryByteDecodeThroughTheKey) {
-  for (unsigned byte = 0; byte < 256; ++byte) {
-    const std::string expected = {Alignment::seq_key[byte >> 4], Alignment::seq_key[byte & 0xF]};
-    EXPECT_EQ(bases({static_cast<std::uint8_t>(byte)}, 2), expected) << byte;
-  }
-}
-
-TEST(FieldText, AnOddCountTakesOnlyTheHighNibbleOfTheLastByte) {
-  EXPECT_EQ(bases({0x12, 0x4F}, 3), "ACG");
-  EXPECT_EQ(bases({0x8F}, 1), "T");
-  EXPECT_EQ(bases({}, 0), "");
 }
 
 TEST(FieldText, QualitiesWrapAt256) {

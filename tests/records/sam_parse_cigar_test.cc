@@ -7,7 +7,7 @@
 
 #include "records/alignment.h"
 #include "records/bins.h"
-#include "records/sam_parse.h"
+#include "records/reference_map.h"
 #include "support/reference_decoder.h"
 #include "support/sam_line.h"
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "records/alignment.h"
-#include "records/sam_parse.h"
+#include "records/reference_map.h"
 #include "support/expect_kind.h"
 #include "support/random_data.h"
 #include "support/sam_line.h"

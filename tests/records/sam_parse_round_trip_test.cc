@@ -8,7 +8,7 @@
 #include "core/errors.h"
 #include "header/bam_header.h"
 #include "records/alignment.h"
-#include "records/sam_parse.h"
+#include "records/reference_map.h"
 #include "support/bgzf_builder.h"
 #include "support/random_data.h"
 #include "support/reference_decoder.h"
@@ -29,7 +29,8 @@ BamHeader header() {
 
 ReferenceMap references() {
   ReferenceMap refs;
-  for (std::size_t i = 0; i < kNames.size(); ++i) refs[kNames[i]] = static_cast<int>(i);
+  for (std::size_t i = 0; i < kNames.size(); ++i)
+    refs.insert_or_assign(kNames[i], static_cast<int>(i));
   return refs;
 }
 

@@ -1,5 +1,3 @@
-#include "records/sam_parse.h"
-
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -8,6 +6,7 @@
 
 #include "records/alignment.h"
 #include "records/bins.h"
+#include "records/reference_map.h"
 #include "support/sam_line.h"
 
 namespace readkit {

@@ -1,0 +1,45 @@
+// What has been written to a file and has not reached it yet.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "core/aligned_buffer.h"
+
+namespace readkit {
+
+/// Holds bytes until there are many, hands them to a file that has no buffer of its own, and closes
+/// that: the deleter of the file's owner. One for reading has no room and holds nothing.
+class PendingOutput {
+ public:
+  PendingOutput() = default;
+  explicit PendingOutput(std::size_t room) : bytes_(room), room_(room) {}
+
+  /// Whether it takes bytes at all: not without room, after a failure, or once closed.
+  bool accepts() const { return room_ > 0; }
+  /// How many more bytes `keep` takes.
+  std::size_t room_left() const { return room_ - size_; }
+  /// Copies `n` bytes; false, and nothing is copied, when there is no room for all of them.
+  bool keep(const void* from, std::size_t n) {
+    if (n > room_left() || !accepts()) return false;
+    std::memcpy(bytes_.data<char>() + size_, from, n);
+    size_ += n;
+    return true;
+  }
+  /// Hands the bytes to the file and forgets them; whether it took them and those before. After a
+  /// failure, nothing is taken any more.
+  bool bring_out(std::FILE* file);
+  /// Brings out the bytes and closes the file; whether all bytes ever written have reached it.
+  bool close(std::FILE* file);
+
+  void operator()(std::FILE* file) { close(file); }
+
+ private:
+  AlignedBuffer bytes_;
+  std::size_t room_ = 0;
+  std::size_t size_ = 0;
+  bool failed_ = false;
+};
+
+}  // namespace readkit

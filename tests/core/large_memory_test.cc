@@ -1,0 +1,26 @@
+#include "core/large_memory.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+#include <gtest/gtest.h>
+
+namespace readkit {
+namespace {
+
+TEST(LargeMemory, CanBeFilledToItsEnd) {
+  for (const std::size_t size : {std::size_t{1}, std::size_t{4096}, (std::size_t{2} << 20) - 1,
+                                 std::size_t{2} << 20, (std::size_t{4} << 20) + 1}) {
+    const LargeMemory memory = make_large_memory(size);
+    std::fill_n(memory.get(), size, std::uint8_t{0xA5});
+    EXPECT_EQ(memory[size - 1], 0xA5) << size;
+  }
+}
+
+TEST(LargeMemory, OfMoreThanThereIsIsNotToBeHad) {
+  EXPECT_THROW(make_large_memory(std::numeric_limits<std::size_t>::max()), std::bad_alloc);
+}
+
+}  // namespace
+}  // namespace readkit
