@@ -87,7 +87,9 @@ bool BAI::load(const Path& path) {
   return true;
 }
 
-bool BAM::save_index(const Path& path) const { return has_index_ && index_.dump(path); }
+bool BAM::save_index(const Path& path) const {
+  return has_index_ && !index_file_ && index_.dump(path);
+}
 
 bool BAM::load_index(const Path& path) {
   index_file_.reset();

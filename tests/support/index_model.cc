@@ -367,13 +367,16 @@ ModelIndex model_complete_index(const std::vector<ModelRecord>& given, std::size
   std::vector<ModelRecord> records = given;
   if (!records.empty()) records.back().end_offset = end_offset;
   ModelIndex index = {.refs = std::vector<ModelReference>(n_ref), .n_no_coor = 0};
+  std::vector<std::vector<ModelRecord>> by_ref(n_ref);
+  for (const ModelRecord& r : records) {
+    if (r.ref >= 0) by_ref.at(static_cast<std::size_t>(r.ref)).push_back(r);
+  }
   for (std::size_t ref = 0; ref < n_ref; ++ref) {
     ModelReference& out = index.refs[ref];
     std::map<std::uint32_t, std::vector<ModelChunk>> bins;
     std::map<std::int64_t, std::uint64_t> windows;  // the first record of each
     ModelChunk counts;
-    for (const ModelRecord& r : records) {
-      if (r.ref != static_cast<int>(ref)) continue;
+    for (const ModelRecord& r : by_ref[ref]) {
       // Positions before 0 count to the first window.
       const std::int64_t last_position = std::max<std::int64_t>(r.end - 1, r.pos);
       const std::int64_t first = std::max<std::int64_t>(r.pos, 0) / kWindow;
