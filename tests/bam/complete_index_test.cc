@@ -117,8 +117,8 @@ TEST_F(CompleteIndex, PseudoBinHasOffsetsAndCountsAlsoAfterASecondVisit) {
 }
 
 TEST_F(CompleteIndex, WhatLiesOutsideTheSchemeBelongsToTheRootAndToTheFirstOrLastWindow) {
-  add(placed(0, -2147483647 - 1));
-  add(placed(0, -40000).flag(4));
+  add(unmapped(0, -2147483647 - 1));
+  add(unmapped(0, -40000));
   add(placed(0, 536870900, "2M100000N3M"));
   const ModelIndex index = built();
   EXPECT_EQ(index.refs[0].numbers(), (Numbers{0, 4678, kModelPseudoBin}));
@@ -227,7 +227,7 @@ void compare(Random& random, const BamBuilder& file, int queries, std::size_t& f
 TEST(CompleteIndexModel, RandomFilesHoldTheIndexOfTheModelAndAnswerLikeAScan) {
   Random random(71);
   std::size_t found = 0;
-  for (int round = 0; round < 120 && !testing::Test::HasFatalFailure(); ++round) {
+  for (int round = 0; round < 60 && !testing::Test::HasFatalFailure(); ++round) {
     SCOPED_TRACE(round);
     compare(random, random_bam(random, 0), 5, found);
   }
@@ -235,7 +235,7 @@ TEST(CompleteIndexModel, RandomFilesHoldTheIndexOfTheModelAndAnswerLikeAScan) {
     SCOPED_TRACE(round);
     compare(random, random_bam(random, 20000), 20, found);
   }
-  EXPECT_GT(found, 2000U);
+  EXPECT_GT(found, 1000U);
 }
 
 TEST(CompleteIndexModel, SamtoolsReadsTheIndexAndFindsTheSameRecords) {

@@ -140,7 +140,8 @@ TEST_F(OpenIndexFile, RandomRegionsHaveTheChunksThatALoadedIndexGives) {
     ModelIndex model = {.refs = std::vector<ModelReference>(3)};
     for (ModelReference& ref : model.refs) {
       for (auto left = random_number(random, 0, 300); left > 0; --left) {
-        ModelBin bin = {.number = static_cast<std::uint32_t>(random_number(random, 0, 4800))};
+        ModelBin bin;
+        bin.number = static_cast<std::uint32_t>(random_number(random, 0, 4800));
         if (random() % 40 == 0) bin.number = kModelPseudoBin;
         for (auto chunks = random_number(random, 0, 4); chunks > 0; --chunks) {
           const std::uint64_t beg = random() % (1 << 24);
