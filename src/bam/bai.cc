@@ -8,18 +8,12 @@ namespace {
 
 constexpr std::uint64_t kNoOffset = std::numeric_limits<std::uint64_t>::max();
 
-// The first entry that is not 0 of the windows of [beg, end): no record of the region lies before
-// it in an index that is complete.
-std::uint64_t lowest_offset(const RefIndex& index, int beg, int end) {
-  if (index.n_intv < 1) return kNoOffset;
-  const auto windows = static_cast<std::int64_t>(index.linear.size());
-  const std::int64_t first = std::max(beg >> kLinearShift, 0);
-  const std::int64_t last = std::min((std::int64_t{end} - 1) >> kLinearShift, windows - 1);
-  for (std::int64_t window = first; window <= last; ++window) {
-    const std::uint64_t offset = index.linear[static_cast<std::size_t>(window)];
-    if (offset != 0) return offset;
-  }
-  return kNoOffset;
+// The first entry that is not 0: no record of the region lies before it in an index that is
+// complete.
+std::uint64_t lowest_offset(std::span<const std::uint64_t> windows) {
+  const auto found =
+      std::ranges::find_if(windows, [](std::uint64_t offset) { return offset != 0; });
+  return found == windows.end() ? kNoOffset : *found;
 }
 
 }  // namespace
@@ -45,21 +39,37 @@ void RefIdxBin::merge_adj_chunks() {
   n_chunk = static_cast<std::int32_t>(Chunk::merge_adj_chunks(chunks));
 }
 
-std::vector<Chunk> BAI::find_chunks(int ref, int beg, int end) const {
+WindowRange windows_of(int beg, int end, std::size_t n_intv) {
+  const std::int64_t first = std::max(beg >> kLinearShift, 0);
+  const std::int64_t stop =
+      std::min(((std::int64_t{end} - 1) >> kLinearShift) + 1, static_cast<std::int64_t>(n_intv));
+  if (first >= stop) return {};
+  return {static_cast<std::size_t>(first), static_cast<std::size_t>(stop - first)};
+}
+
+std::vector<Chunk> find_chunks(const BinMap& bins, const std::vector<std::uint32_t>& candidates,
+                               std::span<const std::uint64_t> windows) {
   std::vector<Chunk> found;
-  if (ref < 0 || static_cast<std::size_t>(ref) >= refs_.size()) return found;
-  const RefIndex& index = refs_[static_cast<std::size_t>(ref)];
-  const std::uint64_t lowest = lowest_offset(index, beg, end);
-  for (const std::uint32_t number : reg2bins(beg, end)) {
+  const std::uint64_t lowest = lowest_offset(windows);
+  for (const std::uint32_t number : candidates) {
     if (number == kMetadataBin) continue;
-    const auto bin = index.bins.find(number);
-    if (bin == index.bins.end()) continue;
+    const auto bin = bins.find(number);
+    if (bin == bins.end()) continue;
     for (const Chunk& chunk : bin->second.chunks) {
       if (lowest == kNoOffset || chunk.end >= lowest) found.push_back(chunk);
     }
   }
   Chunk::merge_adj_chunks(found);
   return found;
+}
+
+std::vector<Chunk> BAI::find_chunks(int ref, int beg, int end) const {
+  if (ref < 0 || static_cast<std::size_t>(ref) >= refs_.size()) return {};
+  const RefIndex& index = refs_[static_cast<std::size_t>(ref)];
+  const std::span<const std::uint64_t> linear(index.linear);
+  const WindowRange windows = windows_of(beg, end, linear.size());
+  return readkit::find_chunks(index.bins, reg2bins(beg, end),
+                              linear.subspan(windows.first, windows.count));
 }
 
 }  // namespace readkit

@@ -1,8 +1,11 @@
 // The BAI index of a coordinate-sorted BAM file: for each reference, bins of chunks and a linear
-// index. Built record by record (bai_build.cc), dumped, loaded and searched (bai_file.cc).
+// index. Built record by record (bai_build.cc, complete_index.cc), dumped and loaded (bai_file.cc),
+// searched (bai.cc).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
@@ -54,6 +57,19 @@ struct RefIndex {
   std::vector<std::uint64_t> linear;  ///< may be longer than `n_intv`
 };
 
+/// Windows of a linear index.
+struct WindowRange {
+  std::size_t first = 0;
+  std::size_t count = 0;
+};
+/// Those that [beg, end) touches, of `n_intv` that there are.
+WindowRange windows_of(int beg, int end, std::size_t n_intv);
+
+/// The chunks of the candidate bins that may hold records of a region, sorted and merged, given the
+/// windows that the region touches.
+std::vector<Chunk> find_chunks(const BinMap& bins, const std::vector<std::uint32_t>& candidates,
+                               std::span<const std::uint64_t> windows);
+
 /// An index in memory, and the state of building it: `init`, `add` for every record in file order,
 /// `finish`.
 class BAI {
@@ -67,7 +83,15 @@ class BAI {
   /// Closes the last bin at `offset`, the end of the records, and compresses the index; true.
   bool finish(std::uint64_t offset);
 
-  /// Writes the index; false, without touching a file, unless it is finished. Raises
+  /// The same for an index through which no query misses a record. The extent that counts is [pos,
+  /// `cigar_endpos`), of unmapped records too, and the bin is that of the extent. Raise as `add`.
+  /// REQUIRES: every record's reference is below `n_ref`, the number of references that the index
+  /// will have.
+  bool add_complete(const Alignment& record, std::uint64_t offset);
+  bool finish_complete(std::uint64_t offset, int n_ref);
+
+  /// Writes the index, a complete one with ascending bins, any other with the bins in the order of
+  /// their map; false, without touching a file, unless it is finished. Raises
   /// CannotOpenOutFile and FileWrite.
   bool dump(const Path& path) const;
   /// Reads an index file and appends its references to this index; true. Raises FileNotFound,
@@ -86,11 +110,15 @@ class BAI {
 
  private:
   static constexpr std::uint32_t kNoBin = ~std::uint32_t{0};
+  static constexpr std::uint64_t kUnset = ~std::uint64_t{0};  // a window, while building
 
+  int accept(const Alignment& record);
   void check_order(int ref, int pos);
   void add_to_linear(int pos, std::int64_t end);
+  void take(const Alignment& record, std::uint32_t bin, std::uint64_t offset);
   void add_to_bins(int ref, std::uint32_t bin);
   void close_reference(std::uint64_t offset);
+  void close_last_bin(std::uint64_t offset);
   void _add(int ref, std::uint32_t bin, std::uint64_t beg, std::uint64_t end);
   void compress_index(int ref);
 
@@ -109,6 +137,7 @@ class BAI {
   std::uint64_t off_beg_ = 0;   // of the current reference
   std::uint64_t off_end_ = 0;
   bool finished_ = false;
+  bool is_complete_ = false;  // built by `add_complete` and `finish_complete`
 };
 
 }  // namespace readkit

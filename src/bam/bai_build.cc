@@ -1,4 +1,5 @@
-// Building an index while a sorted file is read from start to end.
+// Building an index while a sorted file is read from start to end. What another way of building
+// shares with it stands here too (see complete_index.cc).
 //
 // Records arrive in file order, each with the virtual offset at which it ends. Runs of records with
 // the same stored bin become one chunk of that bin; a change of reference closes the reference with
@@ -8,12 +9,12 @@
 #include <cstdint>
 
 #include "bam/bai.h"
+#include "bam/bam.h"
 #include "core/errors.h"
 
 namespace readkit {
 namespace {
 
-constexpr std::uint64_t kUnset = ~std::uint64_t{0};
 constexpr std::int64_t kMaxPosition = kMaxReferenceLength - 1;
 
 // A bin is folded into its parent when it lies within less than this much compressed file.
@@ -37,6 +38,12 @@ bool fits_into_parent(const RefIdxBin& bin) {
          kFoldedBinSpan;
 }
 
+std::int64_t end_of_bases(const Alignment& record) {
+  return std::int64_t{record.pos()} + record.l_seq();
+}
+
+bool is_mapped(const Alignment& record) { return (record.flag() & record_format::kUnmapped) == 0; }
+
 }  // namespace
 
 void BAI::init(std::uint64_t offset) {
@@ -48,12 +55,20 @@ void BAI::init(std::uint64_t offset) {
   last_off_ = off_beg_ = off_end_ = offset;
   n_mapped_ = n_unmapped_ = 0;
   refs_.clear();
+  is_complete_ = false;
 }
 
 bool BAI::add(const Alignment& record, std::uint64_t offset) {
+  const int ref = accept(record);
+  if (ref >= 0 && is_mapped(record)) add_to_linear(record.pos(), end_of_bases(record));
+  take(record, static_cast<std::uint32_t>(record.bin()), offset);
+  return true;
+}
+
+// Checks limits and order, and makes room for the record's reference, which it returns.
+int BAI::accept(const Alignment& record) {
   const int ref = std::max(record.ref_id(), -1);
-  const std::int64_t end = std::int64_t{record.pos()} + record.l_seq();
-  if (ref >= 0 && (record.pos() > kMaxPosition || end > kMaxPosition)) {
+  if (ref >= 0 && (record.pos() > kMaxPosition || end_of_bases(record) > kMaxPosition)) {
     throw PositionTooBig(to_ustring(record.read_name_text()));
   }
   if (ref >= n_ref_) {
@@ -61,17 +76,16 @@ bool BAI::add(const Alignment& record, std::uint64_t offset) {
     refs_.resize(static_cast<std::size_t>(n_ref_));
   }
   check_order(ref, record.pos());
-  const bool mapped = (record.flag() & record_format::kUnmapped) == 0;
-  int kept_pos = record.pos();
-  if (ref >= 0 && mapped) {
-    add_to_linear(record.pos(), end);
-    kept_pos = std::max(kept_pos, 0);
-  }
-  add_to_bins(ref, static_cast<std::uint32_t>(record.bin()));
+  return ref;
+}
+
+// Adds an accepted record to a bin, counts it, and makes it the one before the next.
+void BAI::take(const Alignment& record, std::uint32_t bin, std::uint64_t offset) {
+  add_to_bins(last_ref_, bin);
+  const bool mapped = is_mapped(record);
   ++(mapped ? n_mapped_ : n_unmapped_);
-  last_pos_ = kept_pos;
+  last_pos_ = last_ref_ >= 0 && mapped ? std::max(record.pos(), 0) : record.pos();
   last_off_ = offset;
-  return true;
 }
 
 void BAI::check_order(int ref, int pos) {
@@ -136,11 +150,14 @@ void BAI::_add(int ref, std::uint32_t bin, std::uint64_t beg, std::uint64_t end)
   ++entry->second.n_chunk;
 }
 
+void BAI::close_last_bin(std::uint64_t offset) {
+  if (save_ref_ < 0) return;
+  _add(save_ref_, save_bin_, save_off_, offset);
+  close_reference(offset);
+}
+
 bool BAI::finish(std::uint64_t offset) {
-  if (save_ref_ >= 0) {
-    _add(save_ref_, save_bin_, save_off_, offset);
-    close_reference(offset);
-  }
+  close_last_bin(offset);
   for (int ref = 0; ref < n_ref_; ++ref) {
     compress_index(ref);
     std::vector<std::uint64_t>& linear = refs_[static_cast<std::size_t>(ref)].linear;
@@ -171,6 +188,23 @@ void BAI::compress_index(int ref) {
     }
   }
   if (const auto root = bins.find(0); root != bins.end()) root->second.sort_chunks();
+}
+
+std::uint64_t BAM::index_records(bool (BAI::*add)(const Alignment&, std::uint64_t), int limit) {
+  has_index_ = false;
+  index_file_.reset();
+  rewind();
+  index_.init(first_record_);
+  while (next_alignment()) {
+    if (ref_id() >= limit) throw ReferenceIDNotFound(to_ustring(ref_id()));
+    (index_.*add)(*this, stream_.tell());
+  }
+  return stream_.tell();
+}
+
+bool BAM::build_index() {
+  has_index_ = index_.finish(index_records(&BAI::add, reference_limit()));
+  return has_index_;
 }
 
 }  // namespace readkit

@@ -10,12 +10,14 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "bam/bai.h"
+#include "bam/index_file.h"
 #include "bam/runs.h"
 #include "core/bgzf.h"
 #include "core/path.h"
@@ -101,11 +103,18 @@ class BAM : public Alignment {
   /// Builds the index from all records; true. Raises PositionTooBig, BAMUnsorted, and
   /// ReferenceIDNotFound for a reference index beyond both the dictionary and 2^20.
   bool build_index();
+  /// Builds an index through which no query misses a record (see complete_index.cc); true. Raises
+  /// as `build_index`, but ReferenceIDNotFound for every reference index beyond the dictionary.
+  bool build_complete_index();
   /// Writes the index; false when there is none. Raises as BAI::dump.
   bool save_index(const Path& path) const;
   /// Loads an index; false, and no index, when it is of another number of references than the
   /// header. Raises as BAI::load.
   bool load_index(const Path& path);
+  /// The same for region queries alone: of the index only the parts that they ask for are read, so
+  /// that a query of a small region costs little even with a large index. `index` stays empty, and
+  /// there is nothing to save.
+  bool open_index(const Path& path);
   bool has_index() const { return has_index_; }
   const BAI& index() const { return index_; }
 
@@ -149,6 +158,9 @@ class BAM : public Alignment {
   /// Writes the records in random order. The runs and their interleaving have a generator each,
   /// seeded by the system or with what `seeds` gives. Raises as `sort`.
   void shuffle(const UString& base);
+  /// The same from one seed: the same records in the same order on every machine and whatever
+  /// memory it has.
+  void shuffle(const UString& base, std::uint32_t seed);
   void shuffle(const UString& base, const SeedSource& seeds, const RunLimits& limits);
 
   static UString tmp_bamname(const UString& base, int n) { return readkit::tmp_bamname(base, n); }
@@ -181,12 +193,15 @@ class BAM : public Alignment {
   std::vector<int> reduce_ref_count(const Alignment& record, std::vector<int> counts) const;
 
  private:
+  std::uint64_t index_records(bool (BAI::*add)(const Alignment&, std::uint64_t), int limit);
+
   BGZF stream_;
   BamHeader header_;
   Path path_;
   std::uint64_t first_record_ = 0;
   bool at_end_ = false;
   BAI index_;
+  std::optional<IndexFile> index_file_;  // in place of `index_`
   bool has_index_ = false;
   std::vector<Chunk> chunks_;  // of the current query
   std::int32_t cur_chunk_ = -1;

@@ -58,6 +58,12 @@ RunLimits RunLimits::for_this_machine() {
   return limits;
 }
 
+RunLimits RunLimits::for_any_machine() {
+  RunLimits limits;
+  limits.bytes = kLeastBytes;
+  return limits;
+}
+
 std::uint64_t RunBuffer::bytes_with(std::size_t size) const {
   const bool has_room = !pieces_.empty() && pieces_.back().size - used_ >= size;
   const std::uint64_t more = has_room ? 0 : std::max(size, kPieceSize);

@@ -30,6 +30,8 @@ struct RunLimits {
   /// The record limit above, and the largest power of two within half of the available memory, at
   /// least 256 MiB.
   static RunLimits for_this_machine();
+  /// The record limit above and 256 MiB: a source is cut into the same runs everywhere.
+  static RunLimits for_any_machine();
 };
 
 /// The records of one run, one behind the other in large pieces of memory, and a handle of each

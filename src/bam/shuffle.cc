@@ -19,6 +19,11 @@ void BAM::shuffle(const UString& base) {
   shuffle(base, system_seed, RunLimits::for_this_machine());
 }
 
+void BAM::shuffle(const UString& base, std::uint32_t seed) {
+  shuffle(
+      base, [seed]() mutable { return seed++; }, RunLimits::for_any_machine());
+}
+
 void BAM::shuffle(const UString& base, const SeedSource& seeds, const RunLimits& limits) {
   const UString out = base + u".bam";
   std::mt19937 random(seeds());

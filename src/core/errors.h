@@ -92,7 +92,7 @@ READKIT_ERROR_KIND("seqlab:readkit", InvalidHeaderSubset);
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", PositionTooBig, read_name);
 /// Records are out of coordinate order. Raised by `BAI::add`.
 READKIT_ERROR_KIND("seqlab:readkit", BAMUnsorted);
-/// Wrong magic or a negative count. Raised by `BAI::load`.
+/// Wrong magic or a negative count. Raised by `BAI::load` and `IndexFile`.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", InvalidBAIFormat, file);
 /// A record ordinal that is out of range or does not ascend. Raised by the conversions and by
 /// `getFeatures`.
@@ -124,7 +124,7 @@ READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", AllNHTagsMissing, file);
 /// A file ends inside a block or inside a header. Raised by `BGZF::read_block` and
 /// `BGZF::checked_read`.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", BAMRead, file);
-/// An index file ends early. Raised by `BAI::load`.
+/// An index file ends early. Raised by `BAI::load` and `IndexFile`.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", BAIRead, file);
 /// A SAM file cannot be read on. Raised by the SAM reader and the SAM information scan.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", SAMRead, file);

@@ -15,6 +15,8 @@ namespace {
 // about asks for little and one that reads on asks for much.
 constexpr std::size_t kFirstReadAhead = std::size_t{1} << 16;
 constexpr std::size_t kMostReadAhead = std::size_t{1} << 19;
+// Fewer bytes are sooner read than passed over.
+constexpr std::size_t kWorthSeeking = std::size_t{1} << 12;
 constexpr std::size_t kWriteBuffer = std::size_t{1} << 18;
 
 bool is_for_reading(const char* mode) { return std::strchr(mode, 'r') != nullptr; }
@@ -46,6 +48,18 @@ bool File::refill(std::size_t n) {
   position_ += got;
   read_ahead_ = std::min(2 * read_ahead_, kMostReadAhead);
   return n <= available();
+}
+
+bool File::pass(std::uint64_t n) {
+  // Many bytes are not read but for the last one, which tells whether they are there.
+  if (n > available() + kWorthSeeking && seek(tell() + n - 1)) n = 1;
+  while (n > available()) {
+    n -= available();
+    next_ = fill_;
+    if (!refill(1)) return false;
+  }
+  skip(static_cast<std::size_t>(n));
+  return true;
 }
 
 std::size_t File::read(void* to, std::size_t n) {
@@ -117,6 +131,11 @@ bool File::close() {
 }
 
 bool remove_file(const Path& path) { return std::remove(path.native().c_str()) == 0; }
+
+bool is_regular_file(const Path& path) {
+  std::error_code unknown;  // for files that do not exist
+  return std::filesystem::is_regular_file(path.native(), unknown);
+}
 
 bool is_same_file(const Path& a, const Path& b) {
   std::error_code unknown;  // for files that do not exist

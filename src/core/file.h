@@ -33,6 +33,8 @@ class File {
   std::size_t available() const { return fill_ - next_; }
   /// Takes `n` bytes that `peek` has shown.
   void skip(std::size_t n) { next_ += n; }
+  /// Takes `n` bytes without looking at them; false when fewer are left, and then none are.
+  bool pass(std::uint64_t n);
   /// Reads up to `n` bytes; returns how many, fewer only at the end or on a read error.
   std::size_t read(void* to, std::size_t n);
   /// Reads up to a '\n', which is read too, or until `room` - 1 bytes have come, and puts a NUL
@@ -81,6 +83,9 @@ class File {
 
 /// Removes a file; false when it could not be removed.
 bool remove_file(const Path& path);
+
+/// Whether a name leads to a file that can be read again at any place: to no pipe or device.
+bool is_regular_file(const Path& path);
 
 /// Whether two names lead to one file that exists, by links as well.
 bool is_same_file(const Path& a, const Path& b);

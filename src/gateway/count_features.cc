@@ -233,7 +233,7 @@ void getStartsInReference(int nlhs, txArray* plhs[], int nrhs, const txArray* pr
   const Path bam_path = path_argument(prhs[0]);
   const std::int32_t reference = int32_argument(prhs[2], "reference");
   BAM bam(bam_path);
-  bam.load_index(index_path);
+  bam.open_index(index_path);
 
   RecordStarts records;
   constexpr int kEnd = static_cast<int>(kMaxReferenceLength);

@@ -37,7 +37,9 @@ READKIT_GATEWAY(samToBam);
 READKIT_GATEWAY(samInfo);
 READKIT_GATEWAY(scanQualities);
 /// Exported, not registered.
+READKIT_GATEWAY(kxBamIndexComplete);
 READKIT_GATEWAY(kxBamShuffle);
+READKIT_GATEWAY(kxBamShuffleSeeded);
 
 #undef READKIT_GATEWAY
 

@@ -159,7 +159,7 @@ void getFeatures(int nlhs, txArray* plhs[], int nrhs, const txArray* prhs[]) {
   validate_argcount(u"getFeatures", nrhs, 6, 6, nlhs, static_cast<int>(kMaxOutputs));
   const Path index_path = index_path_argument(prhs[1]);
   BAM bam(path_argument(prhs[0]));
-  bam.load_index(index_path);
+  bam.open_index(index_path);
   const std::vector<UString> names = matrix::get_string_array(prhs[2]);
   const std::int32_t reference = int32_argument(prhs[3], "reference");
   const auto ordinals = uint32_list_argument(prhs[4], "ordinals");

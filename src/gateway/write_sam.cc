@@ -64,7 +64,7 @@ void samWrite(int nlhs, txArray* /*plhs*/[], int nrhs, const txArray* prhs[]) {
   // Kept: one would expect an ending of the name's own to count; it is always appended.
   const Path index_path(path_argument(prhs[1]).text() + u".bai");
   BAM bam(bam_path);
-  bam.load_index(index_path);
+  bam.open_index(index_path);
   LineFile out(output_argument(prhs[2], bam_path, index_path));
   int ref = 0;
   int beg = 0;

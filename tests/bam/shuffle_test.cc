@@ -142,6 +142,19 @@ TEST_F(BamShuffle, SameSeedGivesTheSameBytesAndAnotherSeedAnotherOrder) {
   }
 }
 
+TEST_F(BamShuffle, GivenSeedGivesTheOrderOfAGeneratorSeededWithIt) {
+  write(numbered_reads("", 100));
+  BAM(folder_.path("a.bam")).shuffle(folder_.text("one"), 5);
+  shuffle_at_once(5, "two");
+  EXPECT_EQ(folder_.read("one.bam"), folder_.read("two.bam"));
+}
+
+TEST_F(BamShuffle, RunsFromAGivenSeedDoNotDependOnTheMachine) {
+  const RunLimits limits = RunLimits::for_any_machine();
+  EXPECT_EQ(limits.bytes, std::uint64_t{256} << 20);
+  EXPECT_EQ(limits.records, 2097153U);
+}
+
 TEST_F(BamShuffle, WithoutASeedTwoShufflesDiffer) {
   write(numbered_reads("", 100));  // equal by chance once in 100! times
   BAM(folder_.path("a.bam")).shuffle(folder_.text("one"));

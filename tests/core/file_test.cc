@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -50,6 +51,46 @@ TEST(File, PeekShowsBytesWithoutTakingThem) {
   file.skip(2);
   EXPECT_EQ(file.tell(), 2u);
   EXPECT_EQ(take(file, 3), "cde");
+}
+
+TEST(File, PassTakesBytesFewOrManyAndNoneWhenFewerAreLeft) {
+  const TempDir folder;
+  Random random(9);
+  const std::string bytes = random_bytes(random, 1 << 20);
+  const Path path = folder.write("f", bytes);
+  for (const std::size_t size : {0U, 1U, 3000U, 65535U, 65536U, 70000U, 500000U, 1048570U}) {
+    File file(path, "rb");
+    EXPECT_EQ(take(file, 3), bytes.substr(0, 3));
+    EXPECT_TRUE(file.pass(size));
+    EXPECT_EQ(file.tell(), size + 3);
+    EXPECT_EQ(take(file, 3), bytes.substr(size + 3, 3));
+    EXPECT_FALSE(file.pass(bytes.size() - size - 5));
+    EXPECT_EQ(take(file, 1), "");
+  }
+  EXPECT_TRUE(File(path, "rb").pass(bytes.size()));
+  EXPECT_FALSE(File(path, "rb").pass(std::uint64_t{1} << 35));
+  EXPECT_FALSE(File(path, "rb").pass(std::uint64_t{1} << 62));
+  EXPECT_FALSE(File().pass(1));
+}
+
+TEST(File, PassReadsWhereTheFileCannotBePositioned) {
+  const TempDir folder;
+  const std::string pipe = folder.native("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const std::string bytes = std::string(200000, 'a') + "b";
+  std::thread writer([&] { folder.write("pipe", bytes); });
+  File file(folder.path("pipe"), "rb");
+  EXPECT_TRUE(file.pass(200000));
+  EXPECT_EQ(take(file, 5), "b");
+  writer.join();
+}
+
+TEST(File, OnlyFilesThatCanBeReadAgainAreRegular) {
+  const TempDir folder;
+  EXPECT_TRUE(is_regular_file(folder.write("f", "x")));
+  EXPECT_FALSE(is_regular_file(folder.path("missing")));
+  EXPECT_FALSE(is_regular_file(Path(u"/dev/null")));
+  EXPECT_FALSE(is_regular_file(to_path(folder.folder())));
 }
 
 TEST(File, PeekBeyondTheEndShowsNothingAndTellsHowMuchIsLeft) {

@@ -106,13 +106,15 @@ TEST(EntryPoints, TerminatingKeepsTheFunctions) {
   EXPECT_EQ(registry.functions().size(), 17U);
 }
 
-TEST(EntryPoints, ShuffleIsExportedButNotRegistered) {
-  EXPECT_TRUE(gateway_library().has("kxBamShuffle"));
-  EXPECT_FALSE(gateway_library().has("seqlab.internal.readkit.kxBamShuffle"));
+TEST(EntryPoints, ExtraFunctionsAreExportedButNotRegistered) {
   host::Registry registry;
   const host::CurrentRegistry current(registry);
   TslInitialize_readkit();
-  EXPECT_EQ(registry.find("kxBamShuffle"), nullptr);
+  for (const std::string name : {"kxBamIndexComplete", "kxBamShuffle", "kxBamShuffleSeeded"}) {
+    EXPECT_TRUE(gateway_library().has(name));
+    EXPECT_FALSE(gateway_library().has("seqlab.internal.readkit." + name));
+    EXPECT_EQ(registry.find(name), nullptr);
+  }
 }
 
 TEST(EntryPoints, LibraryLoadsTwiceAtATime) {

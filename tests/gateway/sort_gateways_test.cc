@@ -1,6 +1,8 @@
 // bamSort, samSort and kxBamShuffle: make a file from a file.
 #include <algorithm>
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -172,6 +174,53 @@ TEST(SortGatewayResults, ShuffleKeepsTheRecordsAndChangesTheirOrderEachTime) {
   EXPECT_EQ(same_records(records_in(folder, "t.bam")), same_records(records_in(folder, "a.bam")));
   EXPECT_NE(names_in(folder, "t.bam"), names_in(folder, "a.bam"));
   EXPECT_NE(names_in(folder, "t.bam"), names_in(folder, "u.bam"));
+}
+
+class SeededShuffle : public testing::Test {
+ protected:
+  SeededShuffle() { bam_of(reads_out_of_order()).write(folder_, "a.bam"); }
+  void shuffle(const std::string& base, host::Owned seed) {
+    call_gateway("kxBamShuffleSeeded", 0,
+                 inputs(text(folder_, "a.bam"), text(folder_, base), std::move(seed)));
+  }
+  void shuffle(const std::string& base, double seed) { shuffle(base, host::make_scalar(seed)); }
+
+  TempDir folder_;
+  LeakCheck leaks_;
+};
+
+TEST_F(SeededShuffle, SameSeedGivesTheSameFileAndAnotherSeedAnotherOrder) {
+  shuffle("one", 7);
+  shuffle("two", 7);
+  shuffle("other", 8);
+  EXPECT_EQ(folder_.read("one.bam"), folder_.read("two.bam"));
+  EXPECT_NE(names_in(folder_, "one.bam"), names_in(folder_, "other.bam"));
+  EXPECT_NE(names_in(folder_, "one.bam"), names_in(folder_, "a.bam"));
+}
+
+TEST_F(SeededShuffle, HeaderAndRecordsStay) {
+  shuffle("t", 1);
+  EXPECT_EQ(decode_bam(folder_.read("t.bam")).text, header_text());
+  EXPECT_EQ(same_records(records_in(folder_, "t.bam")), same_records(records_in(folder_, "a.bam")));
+}
+
+TEST_F(SeededShuffle, SeedIsANumberOfAnyClassCutToItsRange) {
+  const auto same = [&](host::Owned a, host::Owned b) {
+    shuffle("one", std::move(a));
+    shuffle("two", std::move(b));
+    return folder_.read("one.bam") == folder_.read("two.bam");
+  };
+  EXPECT_TRUE(same(host::make_scalar(7.9), host::make_scalar(std::uint8_t{7})));
+  EXPECT_TRUE(same(host::make_scalar(-3.0), host::make_scalar(0.0)));
+  EXPECT_TRUE(same(host::make_scalar(1e300), host::make_scalar(4294967295.0)));
+  EXPECT_FALSE(same(host::make_scalar(4294967295.0), host::make_scalar(4294967294.0)));
+}
+
+TEST_F(SeededShuffle, SeedThatIsNoNumberRaisesInvalidInputTypeBeforeAFileIsMade) {
+  EXPECT_CALL_FAILS(shuffle("t", text("7")), "seqlab:readkit:InvalidInputType", u"seed", u"double");
+  EXPECT_CALL_FAILS(shuffle("t", host::make_column(std::vector<double>{})),
+                    "seqlab:readkit:InvalidInputType", u"seed", u"double");
+  EXPECT_FALSE(folder_.exists("t.bam"));
 }
 
 TEST(SortGatewayResults, DamagedInputsRaiseTheErrorsOfReading) {

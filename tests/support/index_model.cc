@@ -1,6 +1,7 @@
 #include "support/index_model.h"
 
 #include <algorithm>
+#include <map>
 #include <stdexcept>
 #include <unordered_map>
 
@@ -359,6 +360,48 @@ ModelOutcome model_index(const std::vector<ModelRecord>& given, std::uint64_t en
     outcome.index.refs.push_back(out);
   }
   return outcome;
+}
+
+ModelIndex model_complete_index(const std::vector<ModelRecord>& given, std::size_t n_ref,
+                                std::uint64_t end_offset) {
+  std::vector<ModelRecord> records = given;
+  if (!records.empty()) records.back().end_offset = end_offset;
+  ModelIndex index = {.refs = std::vector<ModelReference>(n_ref), .n_no_coor = 0};
+  std::vector<std::vector<ModelRecord>> by_ref(n_ref);
+  for (const ModelRecord& r : records) {
+    if (r.ref >= 0) by_ref.at(static_cast<std::size_t>(r.ref)).push_back(r);
+  }
+  for (std::size_t ref = 0; ref < n_ref; ++ref) {
+    ModelReference& out = index.refs[ref];
+    std::map<std::uint32_t, std::vector<ModelChunk>> bins;
+    std::map<std::int64_t, std::uint64_t> windows;  // the first record of each
+    ModelChunk counts;
+    for (const ModelRecord& r : by_ref[ref]) {
+      // Positions before 0 count to the first window.
+      const std::int64_t last_position = std::max<std::int64_t>(r.end - 1, r.pos);
+      const std::int64_t first = std::max<std::int64_t>(r.pos, 0) / kWindow;
+      const std::int64_t last = std::clamp<std::int64_t>(last_position, 0, kLimit - 1) / kWindow;
+      for (std::int64_t w = first; w <= last; ++w) windows.emplace(w, r.beg_offset);
+      const int number = slow_bin(r.pos, r.end);
+      const int bin = number >= 0 && number < 37449 ? number : 0;  // else none that exists
+      bins[static_cast<std::uint32_t>(bin)].emplace_back(r.beg_offset, r.end_offset);
+      if (bins[kModelPseudoBin].empty()) bins[kModelPseudoBin] = {{r.beg_offset, 0}};
+      bins[kModelPseudoBin].front().second = r.end_offset;
+      ++((r.flag & 4) == 0 ? counts.first : counts.second);
+    }
+    for (const auto& [number, chunks] : bins) {
+      const bool is_bin = number != kModelPseudoBin;
+      out.bins.push_back({number, is_bin ? merged(chunks) : chunks});
+    }
+    if (!out.bins.empty()) out.bins.back().chunks.push_back(counts);
+    for (const auto& [window, offset] : windows) {
+      const std::uint64_t before = out.linear.empty() ? 0 : out.linear.back();
+      out.linear.resize(static_cast<std::size_t>(window), before);
+      out.linear.push_back(offset);
+    }
+  }
+  for (const ModelRecord& r : records) *index.n_no_coor += r.ref < 0 ? 1 : 0;
+  return index;
 }
 
 ModelOutcome model_index_of(std::string_view file) {

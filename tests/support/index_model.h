@@ -75,6 +75,12 @@ ModelOutcome model_index(const std::vector<ModelRecord>& records, std::uint64_t 
 /// The index of a BAM file.
 ModelOutcome model_index_of(std::string_view file);
 
+/// The index of these records that misses nothing, of `n_ref` references: every record in the bin
+/// of its extent, bins ascending and their chunks merged, each window with the smallest offset of
+/// the records that overlap it. REQUIRES: the records are in coordinate order.
+ModelIndex model_complete_index(const std::vector<ModelRecord>& records, std::size_t n_ref,
+                                std::uint64_t end_offset);
+
 /// The chunks that the index gives for [beg, end) of a reference. REQUIRES: `beg` is not negative.
 std::vector<ModelChunk> model_chunks(const ModelIndex& index, int ref, int beg, int end);
 
