@@ -181,6 +181,22 @@ class Rows(unittest.TestCase):
         bars = drawing.findall("{http://www.w3.org/2000/svg}rect")
         self.assertEqual([bar.get("class") for bar in bars], ["met"])
 
+    def test_chart_cuts_what_is_too_long(self):
+        def row(title, ratio, reach):
+            return {"title": title, "peer": "p", "reach": reach, "result": rows.MISSED,
+                    "peers": {"p": {"ratio": ratio}}}
+
+        def widths(*made):
+            drawing = xml.etree.ElementTree.fromstring(chart.draw(self.results(*made)))
+            cuts = drawing.findall("{http://www.w3.org/2000/svg}path")
+            bars = drawing.findall("{http://www.w3.org/2000/svg}rect")
+            return [float(bar.get("width")) for bar in bars], len(cuts)
+
+        self.assertEqual(widths(row("a", 0.75, 0.5), row("b", 0.375, 0.5)),
+                         ([chart.BAR / 2, chart.BAR / 4], 0))
+        self.assertEqual(widths(row("a", 30, 0.5), row("b", 1, 0.5)),
+                         ([chart.BAR, chart.BAR / 2], 1))
+
     def test_versions(self):
         self.assertEqual(machine.version_in("\nVersion: 1.3-r106 of 2.0"), "1.3-r106")
         self.assertEqual(machine.version_in("nothing"), "unknown")
