@@ -186,6 +186,13 @@ class Sections(unittest.TestCase):
         self.assertEqual(sizes.failed(found), [])
         self.assertTrue(sizes.failed({**found, "files": []}))
 
+    def test_files_of_the_same_content_count_once(self):
+        with tempfile.TemporaryDirectory() as folder:
+            paths = [pathlib.Path(folder, name) for name in "abc"]
+            for path, content in zip(paths, ("same", "other", "same"), strict=True):
+                path.write_text(content)
+            self.assertEqual(list(sizes.distinct(paths)), paths[:2])
+
     def test_kernels(self):
         printed = {"benchmarks": [
             {"run_name": "a", "aggregate_name": "median", "cpu_time": 2500.0,
