@@ -41,4 +41,5 @@ def shown(judged):
 
 def missed(results):
     """The titles of rows whose peak was too high."""
-    return [row["title"] for row in results["rows"] if (row.get("memory") or {}).get("met") is False]
+    return [row["title"] for row in results["rows"]
+            if (row.get("memory") or {}).get("met") is False]

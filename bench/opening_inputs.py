@@ -27,7 +27,8 @@ def make_sparse_sam(inputs, path):
             out.write(f"@SQ\tSN:chr{reference + 1}\tLN:{_LENGTH}\n")
         for reference in range(_REFERENCES):
             for position in range(1, _LENGTH - 100, _STEP):
-                out.write(f"r{position}\t0\tchr{reference + 1}\t{position}\t60\t{_BASES}M\t*\t0\t0\t"
+                out.write(f"r{position}\t0\tchr{reference + 1}\t{position}\t60\t"
+                          f"{_BASES}M\t*\t0\t0\t"
                           f"{'ACGT' * (_BASES // 4)}\t{'I' * _BASES}\n")
 
 

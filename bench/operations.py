@@ -189,10 +189,10 @@ NOT_BUILT = (
 )
 
 
-def chosen(names):
-    """The operations of these names, all without any."""
+def chosen(names, others=()):
+    """The operations of these names, all without any. Of a wrong one `others` are told."""
     unknown = set(names) - {operation.name for operation in OPERATIONS}
     if unknown:
         raise ValueError(f"no such operation: {', '.join(sorted(unknown))}; there are "
-                         + ", ".join(operation.name for operation in OPERATIONS))
+                         + ", ".join([*(operation.name for operation in OPERATIONS), *others]))
     return [operation for operation in OPERATIONS if not names or operation.name in names]

@@ -78,8 +78,8 @@ class Ours(unittest.TestCase):
             given.ours.mkdir()
             given.theirs.mkdir()
             (given.theirs / "stdout").write_text("7\n")
-            line = ('  {{"class": "struct", "dims": [1, 1], "fields": {{"Records": {{"data": [{}]}},'
-                    ' "findings": {{"data": {}}}}}}}\n')
+            line = ('  {{"class": "struct", "dims": [1, 1], "fields": '
+                    '{{"Records": {{"data": [{}]}}, "findings": {{"data": {}}}}}}}\n')
             (given.ours / "stdout").write_text(line.format(7, "[]"))
             answers_check.sound(given)
             for wrong in ((8, "[]"), (7, "[1]")):
@@ -151,6 +151,13 @@ class DenseIndex(unittest.TestCase):
         linear = struct.unpack_from("<32768Q", data, len(data) - 8 - 8 * 32768)
         self.assertEqual([linear[window] for window in (0, 1, 65, 192, 193)],
                          [chunk[0][0], chunk[1][0], chunk[2][0], chunk[2][0], chunk[2][1]])
+
+
+    def test_window_leads_to_a_record_that_reaches_into_it(self):
+        records = [(0, (1 << 14) - 10, 100 << 16), (0, 1 << 20, 200 << 16), (-1, 0, 300 << 16)]
+        data = opening_inputs.dense_index(records)
+        linear = struct.unpack_from("<32768Q", data, len(data) - 8 - 8 * 32768)
+        self.assertEqual(linear[:3], (100 << 16, 100 << 16, 200 << 16))
 
 
 class Sections(unittest.TestCase):
