@@ -22,7 +22,7 @@ def verdict(kind, peak, start, peers_peak, held):
         return None
     used = 1024 * peak
     if kind in _ABOVE_START:
-        used -= 1024 * start
+        used = max(used - 1024 * start, 0)
         most = _ABOVE_START[kind] + held
     elif kind in _IN_ALL:
         most = _IN_ALL[kind]
