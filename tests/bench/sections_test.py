@@ -79,10 +79,10 @@ class Ours(unittest.TestCase):
             given.theirs.mkdir()
             (given.theirs / "stdout").write_text("7\n")
             line = ('  {{"class": "struct", "dims": [1, 1], "fields": '
-                    '{{"Records": {{"data": [{}]}}, "findings": {{"data": {}}}}}}}\n')
-            (given.ours / "stdout").write_text(line.format(7, "[]"))
+                    '{{"records": {{"data": [{}]}}, "{}": {{"data": [{}]}}}}}}\n')
+            (given.ours / "stdout").write_text(line.format(7, "count", 0))
             answers_check.sound(given)
-            for wrong in ((8, "[]"), (7, "[1]")):
+            for wrong in ((8, "count", 0), (7, "count", 1), (7, "number", 0)):
                 (given.ours / "stdout").write_text(line.format(*wrong))
                 with self.assertRaises(Mismatch):
                     answers_check.sound(given)
