@@ -66,10 +66,10 @@ def same_bam(answers):
     _same_records(result(answers.ours, "bam"), result(answers.theirs, "bam"))
 
 
-def bam_of_sam(answers):
+def bam_of_sam(answers, text="m.sam"):
     """BAM made of SAM text: the dictionary's names need their header again to be read elsewhere."""
     header, sound = answers.ours / "header.sam", answers.ours / "sound.bam"
-    header.write_bytes(b"".join(text_lines(answers.inputs / "m.sam", header=True)))
+    header.write_bytes(b"".join(text_lines(answers.inputs / text, header=True)))
     with open(sound, "wb") as out:
         with lines_of("samtools", "reheader", "-P", header, result(answers.ours, "bam")) as blocks:
             out.writelines(blocks)
@@ -86,32 +86,41 @@ def _same_records(ours, theirs):
         expect_same_lines("record", ours, theirs)
 
 
-def reads(lines, qualities, turned):
-    """The lines of FASTQ (with qualities) or FASTA that SAM record lines come to."""
+def reads(lines, qualities, turned, mates=False):
+    """The lines of FASTQ (with qualities) or FASTA that SAM record lines come to.
+
+    Reads of the reverse strand may be `turned` back, and names tell `mates` apart.
+    """
     for line in lines:
         fields = line.rstrip(b"\n").split(b"\t", 11)
-        bases, values = fields[9], fields[10]
-        if turned and int(fields[1]) & 0x10:
+        flag, bases, values = int(fields[1]), fields[9], fields[10]
+        if turned and flag & 0x10:
             bases, values = bases.translate(_COMPLEMENT)[::-1], values[::-1]
-        yield (b"@" if qualities else b">") + fields[0] + b"\n"
+        mate = {0x40: b"/1", 0x80: b"/2"}.get(flag & 0xC0, b"") if mates else b""
+        yield (b"@" if qualities else b">") + fields[0] + mate + b"\n"
         yield bases + b"\n"
         if qualities:
             yield b"+\n"
             yield values + b"\n"
 
 
-def _fastx(answers, suffix, qualities, turned):
-    for folder, turn in ((answers.ours, False), (answers.theirs, turned)):
+# What peers make of reads: turned back, names with the mate's number.
+_HABITS = {"samtools": (True, False), "bamtofastq": (True, True), "bamtools": (True, True),
+           "mawk": (False, False)}
+
+
+def _fastx(answers, suffix, qualities):
+    for folder, habits in ((answers.ours, (False, False)), (answers.theirs, _HABITS[answers.peer])):
         with open(result(folder, suffix), "rb") as lines:
-            expected = reads(text_lines(answers.inputs / "m.sam"), qualities, turn)
+            expected = reads(text_lines(answers.inputs / "m.sam"), qualities, *habits)
             expect_same_lines(f"{folder.name}'s {suffix} line", lines, expected)
 
 
 def fastq(answers):
-    """FASTQ: samtools turns reads of the reverse strand back, which stay as stored here."""
-    _fastx(answers, "fastq", qualities=True, turned=answers.peer != "mawk")
+    """FASTQ: reads stay here as they are stored."""
+    _fastx(answers, "fastq", qualities=True)
 
 
 def fasta(answers):
     """FASTA, likewise."""
-    _fastx(answers, "fasta", qualities=False, turned=True)
+    _fastx(answers, "fasta", qualities=False)

@@ -1,7 +1,7 @@
 """Makes the files that the operations read, each when it is first needed, and keeps them.
 
 A file is made anew when something that it is made of changed: the seed, the number of records,
-make_reads.py or this file. `Inputs.get("m.bam")` makes m.bam and what that needs.
+make_reads.py or the file with its recipe. `Inputs.get("m.bam")` makes m.bam and what that needs.
 """
 
 import hashlib
@@ -19,6 +19,7 @@ SEEDS = (("cnvkit", "./usr/share/doc/cnvkit/examples/test/formats/na12878-chrM-Y
          ("samtools-test", "./usr/share/samtools/test/mpileup/mpileup.1.bam"))
 # SAM text keeps sequences of up to 255 bases only.
 LONGEST = 255
+REGIONS = 1000
 LEFT_OUT = 0x4 | 0x100 | 0x800
 
 
@@ -77,11 +78,21 @@ class Inputs:
         self._records = records
         self._large = large
         seed_of = hashlib.sha256(self._seed.read_bytes()).hexdigest() if seed else str(SEEDS)
-        sources = [_HERE / "make_reads.py", pathlib.Path(__file__)]
-        made_of = [seed_of, *(source.read_text() for source in sources)]
-        self._generator = hashlib.sha256("\n".join(made_of).encode()).hexdigest()
+        self._made_of = [seed_of, (_HERE / "make_reads.py").read_text()]
+        self._recipes = dict(_RECIPES)
         self._current = set()
         self.folder.mkdir(parents=True, exist_ok=True)
+
+    def add_recipes(self, recipes):
+        """More files that can be made, by name: functions of an Inputs and the path."""
+        self._recipes.update(recipes)
+
+    def _stamp(self, name):
+        """What changes when a file must be made anew."""
+        source = pathlib.Path(self._recipes[name].__code__.co_filename).read_text()
+        made_of = hashlib.sha256("\n".join([*self._made_of, source]).encode()).hexdigest()
+        count = self._large if "large" in name else self._records
+        return f"{made_of} {'' if name.startswith('seed') else count}\n"
 
     def get(self, name):
         """The path of an input, which is there and current afterwards."""
@@ -89,12 +100,11 @@ class Inputs:
         if name in self._current:
             return path
         stamp = self.folder / f"{name}.stamp"
-        count = self._large if "large" in name else self._records
-        wanted = f"{self._generator} {'' if name.startswith('seed') else count}\n"
+        wanted = self._stamp(name)
         if not (path.exists() and stamp.exists() and stamp.read_text() == wanted):
             print(f"== Making {path}", flush=True)
             stamp.unlink(missing_ok=True)
-            _RECIPES[name](self, path)
+            self._recipes[name](self, path)
             stamp.write_text(wanted)
         self._current.add(name)
         return path
@@ -120,6 +130,12 @@ class Inputs:
                     bases += len(line.split(b"\t", 10)[9])
         header = len(samtools("view", "-b", "-h", "-e", "0", str(path)))
         return (path.stat().st_size - header) / bases
+
+    def header_size(self, name):
+        """The bytes of a file's header text; 0 for files that have none."""
+        if name.endswith(".fastq"):
+            return 0
+        return len(samtools("view", "-H", "--no-PG", str(self.get(name))))
 
     def make_seed(self, path):
         """The BAM file of a package, or the one that was given."""
@@ -181,6 +197,54 @@ class Inputs:
         with open(self.get("m.sam"), "rb") as lines, open(path, "wb") as out:
             out.writelines(fastq_lines(lines))
 
+    def make_tiny(self, path):
+        """tiny.bam, a file of one reference and no record"""
+        text = path.with_suffix(".sam")
+        text.write_text("@SQ\tSN:chr1\tLN:1000\n", encoding="ascii")
+        to_bam(text, path)
+        text.unlink()
+
+    def make_regions(self, path):
+        """regions.bed"""
+        with open(self.get("m.sam"), encoding="ascii") as lines:
+            path.write_text("".join(random_regions(reference_lengths(lines), REGIONS)),
+                            encoding="ascii")
+
+
+def reference_lengths(lines):
+    """(name, length) of the references of SAM text."""
+    found = []
+    for line in lines:
+        if not line.startswith("@"):
+            break
+        if line.startswith("@SQ"):
+            fields = dict(field.split(":", 1) for field in line.rstrip("\n").split("\t")[1:])
+            found.append((fields["SN"], int(fields["LN"])))
+    return found
+
+
+def random_regions(references, count):
+    """Lines of a BED file: regions of 10 kb in the order of the references, always the same ones.
+
+    There are a thousand positions at least between two of them, so that no record of these inputs
+    lies in both, where programs differ in whether it comes twice.
+    """
+    size, apart = 10_000, 11_000
+    if count * 4 * apart > sum(length - size for _, length in references):
+        raise InputError(f"no room for {count} regions")
+    rng = random.Random(11)
+    taken = {}
+    while len(taken) < count:
+        number = rng.randrange(len(references))
+        start = rng.randrange(references[number][1] - size)
+        cell = start // apart
+        # Two regions too near each other lie in the same cell or in neighbouring ones.
+        if not any(abs(taken[near] - start) < apart for near in
+                   ((number, cell + step) for step in (-1, 0, 1)) if near in taken):
+            taken[number, cell] = start
+    for (number, _), start in sorted(taken.items()):
+        yield f"{references[number][0]}\t{start}\t{start + size}\n"
+
 
 def run(argv, **options):
     """Runs a command that must succeed; what it prints."""
@@ -212,6 +276,8 @@ _RECIPES = {
     "m.bam": lambda self, path: to_bam(self.get("m.sam"), path),
     "m.bam.bai": lambda self, path: samtools("index", str(self.get("m.bam")), str(path)),
     "m.fastq": Inputs.make_fastq,
+    "tiny.bam": Inputs.make_tiny,
+    "regions.bed": Inputs.make_regions,
     "u.sam": Inputs.make_shuffled,
     "u.bam": lambda self, path: to_bam(self.get("u.sam"), path),
     "u-large.bam": Inputs.make_large,

@@ -7,6 +7,8 @@ import re
 import shutil
 import subprocess
 
+from commands import PYTHON
+
 # How to ask each program for its version. The first number with a point in what it prints is it.
 _VERSIONS = {
     "readkit": ("readkit", "--version"),
@@ -17,7 +19,9 @@ _VERSIONS = {
     "PicardCommandLine": ("PicardCommandLine", "SortSam", "--version"),
     "seqtk": ("seqtk",),
     "mawk": ("mawk", "-W", "version"),
-    "sort": ("sort", "--version"),
+    "bamrecompress": ("bamrecompress", "--version"),
+    "bamtofastq": ("bamtofastq", "--version"),
+    "pysam": (PYTHON, "-c", "import pysam; print(pysam.__version__)"),
 }
 
 
@@ -39,7 +43,10 @@ def _field(path, name):
 
 
 def is_there(program):
-    """Whether a program can be run."""
+    """Whether a program can be run, or a module of Python be imported."""
+    if program == "pysam":
+        return subprocess.run([PYTHON, "-c", "import pysam"], check=False,
+                              stdin=subprocess.DEVNULL, capture_output=True).returncode == 0
     return shutil.which(program) is not None
 
 

@@ -1,9 +1,10 @@
 """Writes results.md and the table on the terminal."""
 
+import memory
 import rows
 
 HEAD = ("Operation", "Peer", "readkit s", "peer s", "Ratio", "Reach", "CPU ratio", "readkit MiB",
-        "peer MiB", "Result")
+        "peer MiB", "Memory, MB", "Result")
 NOTHING = "–"
 
 
@@ -25,7 +26,8 @@ def table(results):
                 number(ours.get("wall"), 3), number(theirs.get("wall"), 3),
                 number(theirs.get("ratio"), 2), number(row["reach"], 2) if first else "",
                 number(theirs.get("cpu_ratio"), 2), mebibytes(ours.get("peak")),
-                mebibytes(theirs.get("peak")), row["result"] if first else ""])
+                mebibytes(theirs.get("peak")),
+                memory.shown(row.get("memory")) if first else "", row["result"] if first else ""])
     return lines
 
 
@@ -47,13 +49,15 @@ def reasons(results):
     for row in results["rows"]:
         if "why" in row:
             yield f"{row['title']}: {row['result']}: {row['why']}\n"
+        for name, why in row.get("differing", {}).items():
+            yield f"{row['title']}: the answer of {name} differs: {' '.join(why.split())[:200]}\n"
         for name in row.get("absent", ()):
             if name != row["peer"]:
                 yield f"{row['title']}: without {name}, which is not installed\n"
 
 
 def as_markdown(results):
-    """The whole report."""
+    """The report up to the table and what is to be said of its rows."""
     machine, inputs = results["machine"], results["inputs"]
     text = [
         "# Against other tools\n\n",
@@ -65,17 +69,30 @@ def as_markdown(results):
         f"Inputs: {inputs['records']:,} records (large: {inputs['large']:,}) made of "
         f"{inputs['source']}; {inputs['bytes_per_base']:.3f} bytes of BAM for a base, "
         f"{inputs['ratio']:.3f} times those of the seed.\n\n",
-        f"Peak memory below {mebibytes(results['floor'])} MiB cannot be told from that.\n\n"
+        "Memory: what is compared with the most that there may be. Scans, conversions and indexing "
+        f"count above {results['start'] / 1024:.1f} MiB, the peak of a call that does next to "
+        "nothing, and may take 8 MB plus the header and the index; a scan of FASTQ may have 20 MB "
+        f"in all, a sort 1.1 times its peer's peak. Peaks below {mebibytes(results['floor'])} MiB "
+        "cannot be told from that.\n\n",
         "| " + " | ".join(HEAD) + " |\n", "|" + " --- |" * len(HEAD) + "\n"]
     text += ["| " + " | ".join(line) + " |\n" for line in table(results)]
     text += ["\n", *(f"- {line}" for line in reasons(results))]
-    text += ["\n## Programs\n\n| Program | Version |\n| --- | --- |\n"]
+    missed = memory.missed(results)
+    if missed:
+        text.append(f"- Too much memory: {', '.join(missed)}.\n")
+    return "".join(text)
+
+
+def commands(results):
+    """The end of the report: versions, and the commands of every row."""
+    text = ["\n## Programs\n\n| Program | Version |\n| --- | --- |\n"]
     text += [f"| {name} | {version} |\n" for name, version in results["versions"].items()]
     text += ["\n## Commands\n\nIn the folder of inputs.\n\n```sh\n"]
     for row in results["rows"]:
-        commands = [row.get("ours")] + [peer["command"] for peer in row.get("peers", {}).values()]
+        lines = row.get("prepared", []) + [row.get("ours")]
+        lines += [peer["command"] for peer in row.get("peers", {}).values()]
         if row.get("peers"):
-            text += [f"# {row['title']}\n", *(f"{command}\n" for command in commands)]
+            text += [f"# {row['title']}\n", *(f"{line}\n" for line in lines)]
     return "".join(text) + "```\n"
 
 

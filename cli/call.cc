@@ -174,7 +174,7 @@ int run_call(const CallOptions& options) {
       out.append(bare(name));
       out.append('\n');
     }
-  } else {
+  } else if (!options.quiet) {
     write_outputs(out, outcome.outputs);
   }
   out.finish();

@@ -16,10 +16,12 @@ struct CallOptions {
   std::optional<int> nlhs;
   /// Print the names of the functions and call none.
   bool list = false;
+  /// Make the outputs that are asked for and drop them unprinted; errors are printed all the same.
+  bool quiet = false;
 };
 
-/// Prints the outputs, or the error with which the call ended, and returns the exit status. Raises
-/// UsageError, before anything is called, and OutputError.
+/// Prints the outputs (none when `quiet`), or the error with which the call ended, and returns the
+/// exit status. Raises UsageError, before anything is called, and OutputError.
 int run_call(const CallOptions& options);
 
 }  // namespace readkit::cli

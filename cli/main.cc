@@ -51,7 +51,10 @@ void add_call(CLI::App& app, CallOptions& options) {
   CLI::Option* const args = call->add_option("--args", options.args, "The inputs: a JSON list");
   call->add_option("--args-file", options.args_file, "A file with the inputs; - is standard input")
       ->excludes(args);
-  call->add_flag("--list", options.list, "Print the names of the functions");
+  CLI::Option* const list =
+      call->add_flag("--list", options.list, "Print the names of the functions");
+  call->add_flag("--quiet", options.quiet, "Make the outputs and print none of them")
+      ->excludes(list);
   call->footer(kCallFooter);
 }
 

@@ -15,6 +15,7 @@ sys.path.insert(0, sys.argv.pop(1))
 # pylint: disable=wrong-import-position
 import answers  # noqa: E402
 import answers_index as index  # noqa: E402
+import answers_quality as quality  # noqa: E402
 import answers_records as records  # noqa: E402
 import answers_values as values  # noqa: E402
 from answers import Mismatch  # noqa: E402
@@ -86,21 +87,21 @@ class Comparing(unittest.TestCase):
     def test_quality_tables(self):
         # The two reads of docs/gateway.md, and the tables that it shows for them.
         text = b"@first\nACGT\n+\nIIII\n@second\nGGC\n+\nGHJ\n"
-        tables = values.count_fastq(iter(text.splitlines(keepends=True)))
+        tables = quality.count_fastq(iter(text.splitlines(keepends=True)))
         self.assertEqual(tables.as_outputs(38, 41), [
             [0, 1, 1], [1, 0, 1, 0, 0, 1, 1, 0, 0, 0, 1, 1, 0, 0, 1, 0],
             [0] * 10 + [1] + [0] * 8 + [1], [1, 0, 1, 0, 0, 0, 1, 1, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0,
                                              1, 0], [2], [3, 4, 1, 1]])
         stats = "SN\tsequences:\t2\nSN\ttotal length:\t7\n"
-        values.samtools_stats(stats, tables)
+        quality.samtools_stats(stats, tables)
         with self.assertRaises(Mismatch):
-            values.samtools_stats(stats.replace("7", "8"), tables)
+            quality.samtools_stats(stats.replace("7", "8"), tables)
         shares = "1\t2\t50.0\t0.0\t50.0\t0.0\n2\t2\t0.0\t50.0\t50.0\t0.0\n" \
                  "3\t2\t0.0\t50.0\t50.0\t0.0\n4\t1\t0.0\t0.0\t0.0\t100.0\n"
-        values.seqtk_counts("POS\t#bases\n" + shares, tables)
+        quality.seqtk_counts("POS\t#bases\n" + shares, tables)
         for wrong in (shares.replace("100.0", "99.0"), shares.replace("4\t1", "4\t2"), shares[:24]):
             with self.assertRaises(Mismatch):
-                values.seqtk_counts(wrong, tables)
+                quality.seqtk_counts(wrong, tables)
 
 
 def bai(*references):

@@ -119,18 +119,19 @@ def same_text(given):
 class Rows(unittest.TestCase):
     """A row from its commands to the report."""
 
-    def row(self, ours=("readkit",), peer=("echo", "7"), reach=1e9, check=same_text):
+    def row(self, ours=("readkit",), peer=("echo", "7"), reach=1e9, check=same_text, others=()):
         """The row of a made-up operation."""
         operation = operations.Operation(
             "name", "Title <1>", operations.Command("readkit", ours),
-            (operations.peer(*peer),), check, reach, ())
+            (operations.peer(*peer), *others), check, reach, (), memory=None)
         with tempfile.TemporaryDirectory() as folder:
             return fake_bench(folder).row(operation)
 
     @staticmethod
     def results(*made):
         """Results with these rows."""
-        return {"date": "2000-01-01", "core": 0, "rounds": 2, "floor": 1024, "rows": list(made),
+        return {"date": "2000-01-01", "core": 0, "rounds": 2, "floor": 1024, "start": 2048,
+                "rows": list(made), "sections": {},
                 "machine": machine.describe(), "versions": {"readkit": "1.2.3"},
                 "inputs": {"records": 10, "large": 20, "source": "a file", "ratio": 1.0,
                            "bytes_per_base": 0.5}}
@@ -146,6 +147,15 @@ class Rows(unittest.TestCase):
         self.assertEqual(row["result"], rows.FAILED)
         self.assertIn("against echo: text", row["why"])
         self.assertTrue(report.failed(self.results(row)))
+
+    def test_wrong_answer_of_another_peer_is_told(self):
+        row = self.row(others=(operations.peer("printf", "8"),))
+        self.assertEqual(row["result"], rows.MET, row)
+        self.assertIn("8 there", row["differing"]["printf"])
+        self.assertIn("printf differs", report.as_markdown(self.results(row)))
+
+    def test_row_without_a_ratio_to_reach(self):
+        self.assertEqual(self.row(reach=None)["result"], rows.MEASURED)
 
     def test_answer_that_cannot_be_read_fails_its_row(self):
         row = self.row(check=lambda given: int(values.printed(given.ours) + "x"))
@@ -165,11 +175,27 @@ class Rows(unittest.TestCase):
         text = report.as_markdown(results)
         self.assertIn("| Title <1> | echo |", text)
         self.assertIn("| To come | p | – |", text)
-        self.assertIn("# Title <1>\nreadkit\necho 7\n", text)
+        self.assertIn("# Title <1>\nreadkit\necho 7\n", report.commands(results))
         self.assertIn("not built", report.as_text(results))
         drawing = xml.etree.ElementTree.fromstring(chart.draw(results))
         bars = drawing.findall("{http://www.w3.org/2000/svg}rect")
         self.assertEqual([bar.get("class") for bar in bars], ["met"])
+
+    def test_chart_cuts_what_is_too_long(self):
+        def row(title, ratio, reach):
+            return {"title": title, "peer": "p", "reach": reach, "result": rows.MISSED,
+                    "peers": {"p": {"ratio": ratio}}}
+
+        def widths(*made):
+            drawing = xml.etree.ElementTree.fromstring(chart.draw(self.results(*made)))
+            cuts = drawing.findall("{http://www.w3.org/2000/svg}path")
+            bars = drawing.findall("{http://www.w3.org/2000/svg}rect")
+            return [float(bar.get("width")) for bar in bars], len(cuts)
+
+        self.assertEqual(widths(row("a", 0.75, 0.5), row("b", 0.375, 0.5)),
+                         ([chart.BAR / 2, chart.BAR / 4], 0))
+        self.assertEqual(widths(row("a", 30, 0.5), row("b", 1, 0.5)),
+                         ([chart.BAR, chart.BAR / 2], 1))
 
     def test_versions(self):
         self.assertEqual(machine.version_in("\nVersion: 1.3-r106 of 2.0"), "1.3-r106")
