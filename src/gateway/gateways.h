@@ -38,6 +38,8 @@ READKIT_GATEWAY(samInfo);
 READKIT_GATEWAY(scanQualities);
 /// Exported, not registered.
 READKIT_GATEWAY(kxBamShuffle);
+/// Exported, not registered.
+READKIT_GATEWAY(kxCheck);
 
 #undef READKIT_GATEWAY
 
