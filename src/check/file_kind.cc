@@ -12,8 +12,6 @@
 namespace readkit {
 namespace {
 
-bool is_letter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-
 std::string_view take_line(std::string_view& text) {
   const std::size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end);
@@ -21,9 +19,11 @@ std::string_view take_line(std::string_view& text) {
   return line;
 }
 
+// Also with blanks in the place of its TABs, a mistake that happens.
 bool is_header_line(std::string_view line) {
-  return line.size() > 3 && line[0] == '@' && is_letter(line[1]) && is_letter(line[2]) &&
-         line[3] == '\t';
+  constexpr std::array<std::string_view, 5> kTypes = {"@HD", "@SQ", "@RG", "@PG", "@CO"};
+  const bool has_type = std::find(kTypes.begin(), kTypes.end(), line.substr(0, 3)) != kTypes.end();
+  return has_type && line.size() > 3 && (line[3] == '\t' || line[3] == ' ');
 }
 
 FileKind text_kind(std::string_view text) {

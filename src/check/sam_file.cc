@@ -116,14 +116,14 @@ class SamCheck {
   }
 
   void check_record(std::string_view line) {
-    ordinal_ = ++result_.records;
     if (line.starts_with('@')) {
       add(FindingKind::kHeaderLine, "a header line behind records: ", excerpt(line));
-      --result_.records;
-    } else if (take_fields(line)) {
+      return;
+    }
+    ordinal_ = ++result_.records;
+    if (take_fields(line)) {
       check_fields();
-      if (!rest_.empty() || has_rest_)
-        check_sam_tags(rest_, lines_.number(), ordinal_, result_.findings);
+      if (has_rest_) check_sam_tags(rest_, lines_.number(), ordinal_, result_.findings);
     }
     ordinal_ = 0;
   }
