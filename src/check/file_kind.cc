@@ -40,7 +40,8 @@ FileKind text_kind(std::string_view text) {
 // Whether the bytes and a magic agree as far as both go.
 template <std::size_t kSize>
 bool agree(std::span<const std::uint8_t> bytes, const std::array<std::uint8_t, kSize>& magic) {
-  return std::equal(bytes.begin(), bytes.begin() + std::min(bytes.size(), kSize), magic.begin());
+  const auto both = bytes.first(std::min(bytes.size(), kSize));
+  return std::equal(both.begin(), both.end(), magic.begin());
 }
 
 }  // namespace

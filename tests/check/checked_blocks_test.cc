@@ -7,6 +7,7 @@
 
 #include "support/bgzf_builder.h"
 #include "support/check_words.h"
+#include "support/reference_decoder.h"
 #include "support/temp_dir.h"
 
 namespace readkit {
@@ -138,25 +139,22 @@ TEST(CheckedBlocks, EveryTruncationIsFound) {
   }
 }
 
-// Every bit of the compressed data and of the trailer, and the two bytes of the size. Bits that pad
-// the last byte of the compressed data mean nothing: such a block inflates to the same bytes.
-TEST(CheckedBlocks, EveryFlippedBitIsFound) {
+// Every bit of the compressed data and of the trailer, and of the size. A bit that means nothing,
+// with which another reader makes the same bytes of the data, is no damage.
+TEST(CheckedBlocks, EveryFlippedBitThatChangesTheDataIsFound) {
   const std::string data = "ACGTACGTTTGACAGGCATACGATCAGCATCAGAGAACGTTTACCAGGTACCCATTTACAGGAT";
   const BgzfFile file = BgzfFile().block(data).block("three").marker();
-  const std::size_t end = file.offset(1);
-  int padding = 0;
-  for (std::size_t bit = 16 * 8; bit < end * 8; ++bit) {
+  int without_meaning = 0;
+  for (std::size_t bit = 16 * 8; bit < file.offset(1) * 8; ++bit) {
     std::string bytes = file.bytes();
     bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ 1 << bit % 8);
     const Read all = read_all(bytes);
-    if (all.found.empty()) {
-      EXPECT_EQ(bit / 8, end - 9) << "bit " << bit;
-      EXPECT_EQ(all.data, data + "three");
-      ++padding;
-    }
     EXPECT_TRUE(all.data.ends_with("three")) << bit;
+    if (!all.found.empty()) continue;
+    EXPECT_EQ(decode_bgzf(bytes), data + "three") << bit;
+    ++without_meaning;
   }
-  EXPECT_LT(padding, 8);
+  EXPECT_LT(without_meaning, 16);
 }
 
 TEST(CheckedBlocks, ReadCrossesBlocksAndStopsWhereBytesAreLost) {

@@ -105,10 +105,10 @@ TEST(SamFile, WithoutADictionaryEveryReferenceIsTaken) {
 
 TEST(SamFile, OrderIsThatOfTheDictionary) {
   const auto line = [](const char* ref, const char* pos) {
-    SamLine line;
-    line.rname = ref;
-    line.pos = pos;
-    return line.text() + '\n';
+    SamLine one;
+    one.rname = ref;
+    one.pos = pos;
+    return one.text() + '\n';
   };
   const std::string sorted = line("chr1", "5") + line("chr1", "5") + line("chr2", "1");
   EXPECT_TRUE(check_bytes(kHeader + sorted).sorted);

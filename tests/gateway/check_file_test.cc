@@ -97,10 +97,5 @@ TEST_F(CheckGateway, NothingLeaks) {
   check(inputs(text(folder_, "a.bam")));
 }
 
-TEST_F(CheckGateway, IsExportedButNotRegistered) {
-  EXPECT_TRUE(gateway_library().has("kxCheck"));
-  EXPECT_FALSE(gateway_library().has("seqlab.internal.readkit.kxCheck"));
-}
-
 }  // namespace
 }  // namespace readkit
