@@ -73,12 +73,12 @@ std::int64_t covered_end(const Alignment& record) {
 }
 
 RecordChecks::RecordChecks(const std::vector<Reference>* references, Findings& findings)
-    : references_(references), findings_(findings), name_seen_(kNames) {}
+    : references_(references), findings_(findings) {}
 
 void RecordChecks::check(const Alignment& record, std::uint64_t offset, std::uint64_t ordinal) {
   offset_ = offset;
   ordinal_ = ordinal;
-  ++checked_;
+  names_.start();
   check_name(record);
   check_reference(FindingKind::kReference, FindingKind::kPosition, record.ref_id(), record.pos());
   check_reference(FindingKind::kMateReference, FindingKind::kMatePosition, record.next_ref_id(),
@@ -172,22 +172,13 @@ void RecordChecks::check_tags(const Alignment& record) {
     const std::string_view name(reinterpret_cast<const char*>(field), kNameSize);
     if (!is_letter(field[0]) || !is_letter_or_digit(field[1])) {
       add(FindingKind::kTag, "the name of an optional field is not a letter and a letter or digit");
-    } else {
-      check_repeated(field);
+    } else if (!names_.add(field[0], field[1])) {
+      add(FindingKind::kTagRepeated, "optional field ", name, " comes again");
     }
     const std::string_view complaint = complaint_about(field, size);
     if (!complaint.empty()) add(FindingKind::kTag, "optional field ", name, ": ", complaint);
     field += size;
   }
-}
-
-void RecordChecks::check_repeated(const std::uint8_t* field) {
-  const std::size_t entry = (field[0] & 0x3FU) << 7 | (field[1] & 0x7FU);
-  if (name_seen_[entry] == checked_) {
-    const std::string_view name(reinterpret_cast<const char*>(field), kNameSize);
-    add(FindingKind::kTagRepeated, "optional field ", name, " comes again");
-  }
-  name_seen_[entry] = checked_;
 }
 
 }  // namespace readkit

@@ -1,12 +1,11 @@
 // What is checked of one BAM record whose parts fit into it.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include "check/findings.h"
+#include "check/tag_names.h"
 #include "header/bam_header.h"
 #include "records/alignment.h"
 
@@ -32,23 +31,17 @@ class RecordChecks {
   void check_bin(const Alignment& record, std::int64_t end);
   void check_qualities(const Alignment& record);
   void check_tags(const Alignment& record);
-  void check_repeated(const std::uint8_t* field);
 
   template <typename... Parts>
   void add(FindingKind kind, const Parts&... parts) {
     findings_.add(kind, offset_, ordinal_, parts...);
   }
 
-  // The record in which a field's name came last, by 6 bits of its first and 7 of its second
-  // character: for names of letters and digits exactly one entry each.
-  static constexpr std::size_t kNames = std::size_t{1} << 13;
-
   const std::vector<Reference>* references_;
   Findings& findings_;
   std::uint64_t offset_ = 0;   // of the record
   std::uint64_t ordinal_ = 0;  // of the record
-  std::vector<std::uint32_t> name_seen_;
-  std::uint32_t checked_ = 0;  // records, modulo 2^32
+  TagNames names_;
 };
 
 /// One past the last reference base that `record` covers, one base at least. REQUIRES:

@@ -123,7 +123,7 @@ class SamCheck {
     ordinal_ = ++result_.records;
     if (take_fields(line)) {
       check_fields();
-      if (has_rest_) check_sam_tags(rest_, lines_.number(), ordinal_, result_.findings);
+      if (has_rest_) check_sam_tags(rest_, lines_.number(), ordinal_, names_, result_.findings);
     }
     ordinal_ = 0;
   }
@@ -249,6 +249,7 @@ class SamCheck {
   ReferenceMap indexes_;
   std::vector<std::uint32_t> lengths_;  // of the dictionary
   CoordinateOrder order_;
+  TagNames names_;
   std::array<std::string_view, kFields> fields_;
   std::string_view rest_;  // the optional fields
   std::uint64_t ordinal_ = 0;

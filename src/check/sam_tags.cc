@@ -74,26 +74,15 @@ bool is_value(char type, std::string_view text) {
   }
 }
 
-// Whether one of the fields has the name of `field`.
-bool has_name_of(std::string_view fields, std::string_view field) {
-  while (!fields.empty()) {
-    if (fields.substr(0, 2) == field.substr(0, 2)) return true;
-    const std::size_t tab = fields.find('\t');
-    fields.remove_prefix(tab == std::string_view::npos ? fields.size() : tab + 1);
-  }
-  return false;
-}
-
 }  // namespace
 
 void check_sam_tags(std::string_view fields, std::uint64_t line, std::uint64_t record,
-                    Findings& findings) {
-  const std::string_view all = fields;
+                    TagNames& names, Findings& findings) {
+  names.start();
   bool goes_on = true;
   while (goes_on) {
     const std::size_t tab = fields.find('\t');
     const std::string_view field = fields.substr(0, tab);
-    const std::size_t start = all.size() - fields.size();
     goes_on = tab != std::string_view::npos;
     fields.remove_prefix(goes_on ? tab + 1 : fields.size());
     if (!is_form(field)) {
@@ -105,7 +94,7 @@ void check_sam_tags(std::string_view fields, std::uint64_t line, std::uint64_t r
       findings.add(FindingKind::kTag, line, record,
                    "an optional field has no value of its type: ", excerpt(field));
     }
-    if (has_name_of(all.substr(0, start), field)) {
+    if (!names.add(static_cast<std::uint8_t>(field[0]), static_cast<std::uint8_t>(field[1]))) {
       findings.add(FindingKind::kTagRepeated, line, record, "optional field ", field.substr(0, 2),
                    " comes again");
     }
