@@ -39,7 +39,7 @@ TEST(BamFile, SoundFilePasses) {
 }
 
 TEST(BamFile, BlocksMayBeCutAnywhere) {
-  for (const std::size_t size : {1, 3, 4, 7, 35, 36, 37, 100}) {
+  for (const std::size_t size : {1U, 3U, 4U, 7U, 35U, 36U, 37U, 100U}) {
     const BamBuilder file = sample(5).block_size(size);
     const CheckResult result = check_bytes(file.bytes());
     EXPECT_EQ(found(result), Found{}) << size;
@@ -48,7 +48,7 @@ TEST(BamFile, BlocksMayBeCutAnywhere) {
 }
 
 TEST(BamFile, FindingsHaveTheOffsetAndTheOrdinalOfTheirRecord) {
-  for (const std::size_t size : {20, 50, 65280}) {
+  for (const std::size_t size : {20U, 50U, 65280U}) {
     BamBuilder file = sample(4).record(at(50).bin(1)).record(at(60).bin(2));
     file.block_size(size);
     EXPECT_EQ(found(check_bytes(file.bytes())), (Found{finding("Bin", file.record_offset(4), 5),
@@ -128,7 +128,7 @@ TEST(BamFile, RecordCutShortIsFound) {
 }
 
 TEST(BamFile, RecordWhosePartsDoNotFitIsPassedOver) {
-  for (const std::size_t size : {45, 65280}) {
+  for (const std::size_t size : {45U, 65280U}) {
     BamBuilder file = sample(2).record(at(30).l_seq(1 << 20)).record(at(40)).record(at(50));
     file.block_size(size);
     const CheckResult result = check_bytes(file.bytes());
