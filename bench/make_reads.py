@@ -10,7 +10,8 @@ evenly over the references. The same seed gives the same file.
 import random
 import sys
 
-REFERENCE_LENGTH = 200_000_000
+# From one read to the next: reads of 150 bases lie five deep, as in a cheap sequencing of a genome.
+STEP = 30
 
 
 def read_seed(path):
@@ -33,14 +34,13 @@ def main():
     rng = random.Random(20)
     out = sys.stdout
     out.write("@HD\tVN:1.6\tSO:coordinate\n")
-    for r in range(references):
-        out.write(f"@SQ\tSN:chr{r + 1}\tLN:{REFERENCE_LENGTH}\n")
     per_reference = records // references
-    step = (REFERENCE_LENGTH - 1000) / per_reference
+    for r in range(references):
+        out.write(f"@SQ\tSN:chr{r + 1}\tLN:{STEP * per_reference + 1000}\n")
     for r in range(references):
         for i in range(per_reference):
             fields = list(seed[rng.randrange(len(seed))])
-            position = 1 + int(i * step)
+            position = 1 + STEP * i
             fields[0] = f"HWI-ST{rng.randrange(10)}:{rng.randrange(400)}:{i // 1000}:{r}:{i}"
             fields[2] = f"chr{r + 1}"
             fields[3] = str(position)

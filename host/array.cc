@@ -7,6 +7,9 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "host/array_storage.h"
 #include "host/error.h"
@@ -158,6 +161,14 @@ void store(txArray& a, txArray*& slot, txArray* value, const char* operation) {
   if (value != nullptr) value->owner = &a;
 }
 
+void store_field(txArray& a, std::size_t index, std::string_view field_name, txArray* value,
+                 const char* operation) {
+  check_index(a, index, operation);
+  txArray** const slot = find_field(a, index, field_name);
+  if (slot == nullptr) throw HostError(id::kNoSuchField, {std::string(field_name)});
+  store(a, *slot, value, operation);
+}
+
 const char* class_name(txClassID class_id) {
   static constexpr std::array<const char*, 20> kNames = {
       "unknown", "cell",   "struct",  "logical", "char",    "unknown", "double",
@@ -280,6 +291,17 @@ txArray* txCreateLogicalScalar(bool b) {
 txArray* txCreateNumericMatrix(std::size_t m, std::size_t n, txClassID class_id,
                                txComplexity complexity) {
   return matrix::create_numeric({m, n}, class_id, complexity).release();
+}
+
+txArray* txCreateStructMatrix(std::size_t m, std::size_t n, std::size_t count,
+                              const char* const field_names[]) {
+  if (field_names == nullptr && count != 0) readkit::host::raise_null_array("txCreateStructMatrix");
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (field_names[i] == nullptr) readkit::host::raise_null_array("txCreateStructMatrix");
+    names.emplace_back(field_names[i]);
+  }
+  return readkit::host::make_struct_array({m, n}, std::move(names)).release();
 }
 
 }  // extern "C"

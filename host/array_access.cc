@@ -118,6 +118,13 @@ void txSetCell(txArray* cell, std::size_t index, txArray* value) {
   readkit::host::store(a, readkit::host::contents_of(a)[index], value, kOperation);
 }
 
+void txSetField(txArray* a, std::size_t index, const char* field_name, txArray* value) {
+  constexpr char kOperation[] = "txSetField";
+  txArray& structure = readkit::host::checked(a, txSTRUCT_CLASS, kOperation);
+  if (field_name == nullptr) readkit::host::raise_null_array(kOperation);
+  readkit::host::store_field(structure, index, field_name, value, kOperation);
+}
+
 void txSetM(txArray* a, std::size_t m) {
   constexpr char kOperation[] = "txSetM";
   if (a == nullptr) readkit::host::raise_null_array(kOperation);

@@ -79,11 +79,7 @@ Owned make_struct(std::vector<std::pair<std::string, Owned>> fields) {
 
 void set_field(txArray* a, std::size_t index, std::string_view field_name, Owned value) {
   constexpr char kOperation[] = "set_field";
-  txArray& structure = checked(a, txSTRUCT_CLASS, kOperation);
-  check_index(structure, index, kOperation);
-  txArray** const slot = find_field(structure, index, field_name);
-  if (slot == nullptr) throw HostError(id::kNoSuchField, {std::string(field_name)});
-  store(structure, *slot, value.get(), kOperation);
+  store_field(checked(a, txSTRUCT_CLASS, kOperation), index, field_name, value.get(), kOperation);
   static_cast<void>(value.release());
 }
 

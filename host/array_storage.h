@@ -90,6 +90,10 @@ txArray** find_field(const txArray& a, std::size_t index, std::string_view field
 /// Stores `value`, which may be null, in `slot` of the container `a`, destroying what was there.
 /// Raises HostError, leaving `value` alone, when it lies in a container already or contains `a`.
 void store(txArray& a, txArray*& slot, txArray* value, const char* operation);
+/// The same in a field of the element `index` of the structure array `a`. Raises HostError also
+/// when there is no such element or field.
+void store_field(txArray& a, std::size_t index, std::string_view field_name, txArray* value,
+                 const char* operation);
 
 inline Block* block_of(void* data) { return static_cast<Block*>(data) - 1; }
 /// A block of host memory for an array to own: `kAttached`. Raises std::bad_alloc.

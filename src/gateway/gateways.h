@@ -40,6 +40,7 @@ READKIT_GATEWAY(scanQualities);
 READKIT_GATEWAY(kxBamIndexComplete);
 READKIT_GATEWAY(kxBamShuffle);
 READKIT_GATEWAY(kxBamShuffleSeeded);
+READKIT_GATEWAY(kxCheck);
 
 #undef READKIT_GATEWAY
 

@@ -24,6 +24,8 @@ inline constexpr txClassID kClassOf<std::int32_t> = txINT32_CLASS;
 template <>
 inline constexpr txClassID kClassOf<std::uint32_t> = txUINT32_CLASS;
 template <>
+inline constexpr txClassID kClassOf<std::uint64_t> = txUINT64_CLASS;
+template <>
 inline constexpr txClassID kClassOf<double> = txDOUBLE_CLASS;
 
 /// A column of zeros of the class of T, with `rows` rows.

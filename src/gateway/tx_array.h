@@ -3,8 +3,9 @@
 // such host), and the dynamic linker brings the two together when the library is loaded.
 //
 // Ownership. Arrays made here belong to the library until it stores them in an output slot, in a
-// cell (`txSetCell`) or destroys them (`matrix::destroyArray`); `matrix::Owned` does the last by
-// itself. Input arrays are the host's and read-only. Linear indexes are 0-based and column-major.
+// cell (`txSetCell`) or a field (`txSetField`), or destroys them (`matrix::destroyArray`);
+// `matrix::Owned` does the last by itself. Input arrays are the host's and read-only. Linear
+// indexes are 0-based and column-major.
 #pragma once
 
 #include <cstddef>
@@ -89,6 +90,10 @@ READKIT_EXPORT txArray* txCreateLogicalScalar(bool b);
 /// An m-by-n matrix of zeros of a numeric class.
 READKIT_EXPORT txArray* txCreateNumericMatrix(std::size_t m, std::size_t n, txClassID class_id,
                                               txComplexity real);
+/// An m-by-n structure array with the `count` fields of these names in every element, all of them
+/// empty.
+READKIT_EXPORT txArray* txCreateStructMatrix(std::size_t m, std::size_t n, std::size_t count,
+                                             const char* const field_names[]);
 
 // ---- Changing an array -------------------------------------------------------------------------
 
@@ -96,6 +101,11 @@ READKIT_EXPORT txArray* txCreateNumericMatrix(std::size_t m, std::size_t n, txCl
 /// there). REQUIRES: `cell` is a cell array and `index` lies within it; a host that finds otherwise
 /// raises an error and leaves `value` with the caller.
 READKIT_EXPORT void txSetCell(txArray* cell, std::size_t index, txArray* value);
+/// Stores `value` in the field `field_name` of element `index` of the structure array `a`, which
+/// takes ownership of it (and destroys what was there). REQUIRES: there are such an element and
+/// such a field; a host that finds otherwise raises an error and leaves `value` with the caller.
+READKIT_EXPORT void txSetField(txArray* a, std::size_t index, const char* field_name,
+                               txArray* value);
 /// Change the row and the column count in place, without touching the data block. REQUIRES: the
 /// data block is large enough for the new shape.
 READKIT_EXPORT void txSetM(txArray* a, std::size_t m);

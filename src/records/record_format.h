@@ -30,6 +30,8 @@ inline constexpr std::uint16_t kSupplementary = 0x800;
 
 /// The ops that consume the reference, M, D, N, = and X, as a bit mask over op codes.
 inline constexpr unsigned kReferenceOps = 0x18D;
+/// The ops that consume the sequence, M, I, S, = and X.
+inline constexpr unsigned kSequenceOps = 0x193;
 
 inline constexpr std::uint8_t kMissingQuality = 0xFF;
 inline constexpr char kQualityOffset = 33;

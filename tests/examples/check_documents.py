@@ -6,6 +6,7 @@
 - docs/errors.md lists the kinds of src/core/errors.h in their order, and every text of the host's
   message catalog as it stands.
 - docs/gateway.md describes every registered function, or lists it as not built yet.
+- docs/check.md lists the identifiers of src/check/findings.cc in their order.
 - Tests that documents name exist.
 - Links between files lead to files.
 """
@@ -66,6 +67,17 @@ def check_gateways(root):
             yield f"docs/gateway.md: {name} is not described"
 
 
+def check_findings(root):
+    document = (root / "docs/check.md").read_text(encoding="utf-8")
+    source = (root / "src/check/findings.cc").read_text(encoding="utf-8")
+    identifiers = re.findall(r'^    "(\w+)",$', source, re.MULTILINE)
+    if len(identifiers) < 40:
+        yield f"findings.cc could not be understood: {identifiers}"
+    listed = re.findall(r"^\| `(\w+)` \|", document, re.MULTILINE)
+    if listed != identifiers:
+        yield f"docs/check.md: the identifiers or their order differ: {listed}"
+
+
 def documents(root):
     return [*root.glob("*.md"), *root.glob("docs/**/*.md")]
 
@@ -93,7 +105,8 @@ def check_links(root):
 
 def main():
     root = pathlib.Path(sys.argv[1]).resolve()
-    wrong = [complaint for check in (check_errors, check_gateways, check_test_names, check_links)
+    wrong = [complaint for check in (check_errors, check_gateways, check_findings, check_test_names,
+                           check_links)
              for complaint in check(root)]
     print("\n".join(wrong))
     return 1 if wrong else 0

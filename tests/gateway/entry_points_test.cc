@@ -117,6 +117,11 @@ TEST(EntryPoints, ExtraFunctionsAreExportedButNotRegistered) {
   }
 }
 
+TEST(EntryPoints, CheckIsExportedButNotRegistered) {
+  EXPECT_TRUE(gateway_library().has("kxCheck"));
+  EXPECT_FALSE(gateway_library().has("seqlab.internal.readkit.kxCheck"));
+}
+
 TEST(EntryPoints, LibraryLoadsTwiceAtATime) {
   const host::Library again(gateway_library().path());
   EXPECT_EQ(again.function_names(), gateway_library().function_names());

@@ -1,5 +1,6 @@
 // Arrays that hold arrays: cells and structures, what they own and what they refuse.
 #include <limits>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -100,6 +101,47 @@ TEST_F(Container, FieldsAreFoundByNameInEachElement) {
   EXPECT_EQ(txGetScalar(txGetField(a.get(), 1, "Length")), 10.0);
   EXPECT_EQ(txGetField(a.get(), 0, "Length"), nullptr);
   EXPECT_EQ(field_names_of(a.get()), (std::vector<std::string>{"Name", "Length"}));
+}
+
+TEST_F(Container, StructMatrixHasTheNamedFieldsAllEmpty) {
+  const char* const names[] = {"b", "a"};
+  const Owned a(txCreateStructMatrix(2, 3, 2, names));
+  EXPECT_EQ(txGetClassID(a.get()), txSTRUCT_CLASS);
+  EXPECT_EQ(dims_of(a.get()), (Dims{2, 3}));
+  EXPECT_EQ(field_names_of(a.get()), (std::vector<std::string>{"b", "a"}));
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(txGetField(a.get(), i, "a"), nullptr);
+  const Owned without_fields(txCreateStructMatrix(1, 1, 0, nullptr));
+  EXPECT_EQ(field_names_of(without_fields.get()), std::vector<std::string>{});
+  const char* const no_name[] = {nullptr};
+  EXPECT_HOST_ERROR(txCreateStructMatrix(1, 1, 1, nullptr), id::kNullArray);
+  EXPECT_HOST_ERROR(txCreateStructMatrix(1, 1, 1, no_name), id::kNullArray);
+}
+
+TEST_F(Container, SetFieldOfTheLibraryTakesOwnershipAndDestroysWhatWasThere) {
+  const char* const names[] = {"x", "y"};
+  const Owned a(txCreateStructMatrix(2, 1, 2, names));
+  const std::size_t before = live_arrays();
+  txSetField(a.get(), 1, "y", txCreateString("first"));
+  txSetField(a.get(), 1, "y", txCreateString("second"));
+  EXPECT_EQ(live_arrays(), before + 1);
+  EXPECT_EQ(text_of(txGetField(a.get(), 1, "y")), "second");
+  EXPECT_EQ(txGetField(a.get(), 0, "y"), nullptr);
+  txSetField(a.get(), 1, "y", nullptr);
+  EXPECT_EQ(live_arrays(), before);
+}
+
+TEST_F(Container, SetFieldOfTheLibraryRefusesWhatItCannotStoreAndLeavesTheValue) {
+  const char* const names[] = {"x"};
+  const Owned a(txCreateStructMatrix(1, 1, 1, names));
+  const Owned number = make_scalar(1.0);
+  const Owned value = make_text("value");
+  EXPECT_HOST_ERROR(txSetField(nullptr, 0, "x", value.get()), id::kNullArray);
+  EXPECT_HOST_ERROR(txSetField(a.get(), 0, nullptr, value.get()), id::kNullArray);
+  EXPECT_HOST_ERROR(txSetField(number.get(), 0, "x", value.get()), id::kWrongClass);
+  EXPECT_HOST_ERROR(txSetField(a.get(), 1, "x", value.get()), id::kIndexOutOfRange);
+  EXPECT_HOST_ERROR(txSetField(a.get(), 0, "y", value.get()), id::kNoSuchField);
+  EXPECT_HOST_ERROR(txSetField(a.get(), 0, "x", a.get()), id::kArrayInUse);
+  EXPECT_EQ(text_of(value.get()), "value");
 }
 
 TEST_F(Container, SetFieldDestroysWhatWasThere) {
