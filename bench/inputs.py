@@ -20,6 +20,7 @@ SEEDS = (("cnvkit", "./usr/share/doc/cnvkit/examples/test/formats/na12878-chrM-Y
 # SAM text keeps sequences of up to 255 bases only.
 LONGEST = 255
 REGIONS = 1000
+REGION_SIZE, REGIONS_APART = 10_000, 11_000
 LEFT_OUT = 0x4 | 0x100 | 0x800
 
 
@@ -207,8 +208,9 @@ class Inputs:
     def make_regions(self, path):
         """regions.bed"""
         with open(self.get("m.sam"), encoding="ascii") as lines:
-            path.write_text("".join(random_regions(reference_lengths(lines), REGIONS)),
-                            encoding="ascii")
+            references = reference_lengths(lines)
+        count = min(REGIONS, most_regions(references))
+        path.write_text("".join(random_regions(references, count)), encoding="ascii")
 
 
 def reference_lengths(lines):
@@ -223,17 +225,20 @@ def reference_lengths(lines):
     return found
 
 
+def most_regions(references):
+    """How many regions tries at random find easily: half of the room is left then."""
+    return sum(length - REGION_SIZE for _, length in references) // (2 * REGIONS_APART)
+
+
 def random_regions(references, count):
     """Lines of a BED file: regions of 10 kb in the order of the references, always the same ones.
 
     There are a thousand positions at least between two of them, so that no record of these inputs
     lies in both, where programs differ in whether it comes twice.
     """
-    size, apart = 10_000, 11_000
-    # Tries at random find room easily while half of it is left; small inputs have fewer regions.
-    count = min(count, sum(length - size for _, length in references) // (2 * apart))
-    if count < 1:
-        raise InputError("no room for a region")
+    size, apart = REGION_SIZE, REGIONS_APART
+    if count > most_regions(references):
+        raise InputError(f"no room for {count} regions")
     rng = random.Random(11)
     taken = {}
     while len(taken) < count:

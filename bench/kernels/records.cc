@@ -10,7 +10,7 @@
 
 #include "bam/bam.h"
 #include "reads.h"
-#include "records/field_text.h"
+#include "records/bases.h"
 #include "records/sam_format.h"
 
 namespace readkit::kernels {
@@ -92,7 +92,7 @@ void unpack_sequence(benchmark::State& state) {
   std::array<char, kBases> out{};
   for (auto _ : state) {
     for (const Alignment& record : records) {
-      write_bases(record.seq_bytes(), out.size(), out.data());
+      unpack_bases(record.seq_bytes(), out.size(), out.data());
       benchmark::DoNotOptimize(out);
     }
   }

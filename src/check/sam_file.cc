@@ -13,7 +13,7 @@
 #include "check/sam_tags.h"
 #include "check/text_lines.h"
 #include "records/alignment.h"
-#include "records/sam_parse.h"
+#include "records/reference_map.h"
 
 namespace readkit {
 namespace {
@@ -74,7 +74,6 @@ CigarSpans spans_of(std::string_view cigar) {
 class SamCheck {
  public:
   SamCheck(File& file, CheckResult& result) : lines_(file), file_(file), result_(result) {
-    indexes_.max_load_factor(1.0F);
   }
 
   void run() {
@@ -108,7 +107,7 @@ class SamCheck {
     SequenceLine sequence;
     if (!check_header_line(line, lines_.number(), result_.findings, &sequence)) return;
     const int index = static_cast<int>(lengths_.size());
-    if (!indexes_.emplace(sequence.name, index).second) {
+    if (!indexes_.insert(sequence.name, index)) {
       add(FindingKind::kReferenceName, "the name ", excerpt(sequence.name), " comes again");
     }
     lengths_.push_back(sequence.length);
@@ -186,14 +185,14 @@ class SamCheck {
   // The index of a name, -1 for none. Without a dictionary references are numbered as they come.
   int reference(FindingKind kind, std::string_view name) {
     if (name == kMissing) return -1;
-    const auto found = indexes_.find(name);
+    const int found = indexes_.find(name);
     const bool is_known =
-        found != indexes_.end() &&
-        (!has_dictionary_ || static_cast<std::size_t>(found->second) < lengths_.size());
+        found != ReferenceMap::kNone &&
+        (!has_dictionary_ || static_cast<std::size_t>(found) < lengths_.size());
     if (has_dictionary_ && !is_known) add(kind, "there is no reference ", excerpt(name));
-    if (found != indexes_.end()) return found->second;
+    if (found != ReferenceMap::kNone) return found;
     const int index = static_cast<int>(indexes_.size());
-    indexes_.emplace(name, index);
+    indexes_.insert(name, index);
     return index;
   }
 

@@ -22,6 +22,11 @@ class ReferenceMap {
   ReferenceMap(std::initializer_list<std::pair<const std::string, int>> references)
       : indexes_(references) {}
 
+  /// Adds a name; false, and nothing changes, when it is there.
+  bool insert(std::string_view name, int index) {
+    recent_ = {};
+    return indexes_.emplace(name, index).second;
+  }
   /// Adds a name, or gives it another index.
   void insert_or_assign(std::string name, int index) {
     recent_ = {};

@@ -34,6 +34,15 @@ TEST(ReferenceMap, ForgetsAnswersThatAnAdditionChanges) {
   EXPECT_EQ(refs.find("chr2"), 6);
 }
 
+TEST(ReferenceMap, InsertionLeavesANameThatIsThere) {
+  ReferenceMap refs{{"chr1", 0}};
+  EXPECT_EQ(refs.find("chr2"), ReferenceMap::kNone);
+  EXPECT_FALSE(refs.insert("chr1", 5));
+  EXPECT_TRUE(refs.insert("chr2", 6));
+  EXPECT_EQ(refs.find("chr1"), 0);
+  EXPECT_EQ(refs.find("chr2"), 6);
+}
+
 TEST(ReferenceMap, TellsNamesOfManyLengthsApart) {
   ReferenceMap refs;
   std::string name;
