@@ -2,13 +2,14 @@
 # Everything of substance is in scripts/.
 
 .DEFAULT_GOAL := help
-.PHONY: help demo test build bench format lint clean
+.PHONY: help demo test build bench fuzz format lint clean
 
 help:
 	@echo 'make demo    install what is missing, build, and show what readkit does on real data'
 	@echo 'make test    install what is missing, build, and run every test and check'
 	@echo 'make build   build the library and the program into build/demo, without the tests'
 	@echo 'make bench   install other tools, build, and measure readkit against them (ARGS: options)'
+	@echo 'make fuzz    install what is missing, build, and fuzz every target (ARGS: seconds, names)'
 	@echo 'make format  rewrite the sources in the project'"'"'s format'
 	@echo 'make lint    check format and run clang-tidy'
 	@echo 'make clean   remove build/'
@@ -29,6 +30,10 @@ bench:
 	@scripts/install-dependencies bench
 	@scripts/build
 	@bench/run $(ARGS)
+
+fuzz:
+	@scripts/install-dependencies test
+	@scripts/fuzz $(ARGS)
 
 format:
 	@scripts/format --fix
