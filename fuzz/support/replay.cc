@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kChangesOfASeed = 8;
+constexpr int kChangesOfASeed = 2;
 constexpr std::size_t kMostBytes = 4096;
 
 // Flips, cuts and repeats.

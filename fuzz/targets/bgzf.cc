@@ -73,9 +73,12 @@ void seek_back(BGZF& in, const Drained& pieces) {
       in.seek(offset);
       got = in.read(bytes, 1, sizeof bytes);
     });
-    const std::string_view expected = std::string_view(pieces.data).substr(at, got);
-    require(!error.empty() || expected == std::string_view(bytes, got),
-            "a place that was told leads elsewhere");
+    const std::string_view found(bytes, error.empty() ? got : 0);
+    const std::string_view expected = std::string_view(pieces.data).substr(at, found.size());
+    // A piece with an error in it was not kept.
+    require(
+        found.starts_with(expected) && (found.size() == expected.size() || !pieces.error.empty()),
+        "a place that was told leads elsewhere");
   }
 }
 
@@ -99,6 +102,8 @@ void run(Input input) {
   BGZF second(path);
   const Drained pieces = drain(second, piece);
   if (whole.data.size() < kMostData) compare(whole, pieces);
+  // A stream does not go back to a block in which it has met an error: nothing is retried.
+  if (!pieces.error.empty()) second.open(path, "r");
   seek_back(second, pieces);
   error_of("BGZF::seek anywhere", [&] {
     second.seek(stray);

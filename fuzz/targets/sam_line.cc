@@ -55,6 +55,7 @@ bool is_kept(std::string_view line) {
   const bool has_fields = fields.size() > kMandatory && !fields.back().empty();
   const bool is_missing = qualities == "*" && has_fields;
   if (fields[0].size() + 1 >= kWrappingName || sequence.size() > 255) return false;
+  if (sequence.empty()) return false;
   if (qualities.size() != sequence.size() && !is_missing) return false;
   if (qualities == "*" && !has_fields) return false;
   return std::all_of(fields.begin() + kMandatory, fields.end(), [](std::string_view field) {

@@ -60,7 +60,7 @@ void run(Input input) {
   const std::uint8_t choice = input.byte();
   const std::string file = file_with("a.bam", input.rest());
   const RunLimits one_run = {.bytes = std::numeric_limits<std::uint64_t>::max()};
-  const RunLimits many_runs = {.records = 1U + choice % 8, .bytes = one_run.bytes};
+  const RunLimits many_runs = {.records = 1U + choice / 2 % 8, .bytes = one_run.bytes};
   constexpr std::size_t kMostRecords = 64;
   Records input_records;
   if (!error_of("reading", [&] { input_records = records_of(path_of(file)); }).empty()) return;
@@ -68,25 +68,25 @@ void run(Input input) {
 
   const Records whole =
       made_by([&](const UString& base) { BAM(path_of(file)).sort(base, one_run); });
-  const Records merged =
-      made_by([&](const UString& base) { BAM(path_of(file)).sort(base, many_runs); });
-  const Records shuffled = made_by([&](const UString& base) {
-    BAM(path_of(file))
-        .shuffle(
-            base, [choice] { return choice; }, many_runs);
-  });
-  check_order(whole);
-  check_order(merged);
   Records stable = input_records;
   std::stable_sort(stable.begin(), stable.end(),
                    [](const Record& a, const Record& b) { return a.place < b.place; });
   require(whole == stable, "one run does not keep the order of equal places");
-  const Records all = sorted_by_bytes(input_records);
-  require(sorted_by_bytes(merged) == all, "a merge loses or changes records");
-  require(sorted_by_bytes(shuffled) == all, "a shuffle loses or changes records");
+
+  const Records joined = made_by([&](const UString& base) {
+    BAM bam(path_of(file));
+    if (choice % 2 == 0) return bam.sort(base, many_runs);
+    bam.shuffle(
+        base, [choice] { return choice; }, many_runs);
+  });
+  require(sorted_by_bytes(joined) == sorted_by_bytes(input_records),
+          "runs that are joined lose or change records");
+  if (choice % 2 == 0) check_order(joined);
 }
 
-std::vector<std::string> seeds() { return behind({std::string(1, '\0'), "\1", "\3"}, bam_files()); }
+std::vector<std::string> seeds() {
+  return behind({std::string(1, '\0'), "\1", "\4", "\5"}, bam_files());
+}
 
 const Registration registration(
     {.name = "sorting", .run = run, .seeds = seeds, .choices = 1, .change = change_bam});
