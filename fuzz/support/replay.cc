@@ -13,7 +13,11 @@
 #include <string_view>
 #include <vector>
 
+#include "fuzz/support/blocks.h"
+#include "fuzz/support/samples.h"
 #include "fuzz/support/target.h"
+#include "support/bgzf_builder.h"
+#include "support/reference_decoder.h"
 
 namespace readkit::fuzz {
 namespace {
@@ -39,6 +43,28 @@ void change_bytes(Random& random, std::string& bytes, std::size_t room) {
     }
   }
   bytes.resize(std::min(bytes.size(), room));
+}
+
+// Whether the changes of files do what they are for: most leave a sound file of other content.
+bool changes_reach_behind_the_codec() {
+  constexpr int kChanges = 100;
+  Random random(2);
+  const ChangeBytes bytes = [&random](std::string& text, std::size_t room) {
+    change_bytes(random, text, room);
+  };
+  const std::string file = bam_files().front();
+  const std::string content = decode_bgzf(file);
+  int sound = 0;
+  for (int i = 0; i < kChanges; ++i) {
+    try {
+      sound += decode_bgzf(change_bam(file, random, bytes, kMostBytes)) != content ? 1 : 0;
+    } catch (const std::exception&) {
+      // Damage to the blocks is wanted, too.
+    }
+  }
+  std::string damaged = file;
+  damaged[damaged.size() - bgzf_marker().size() - 8] ^= 1;  // a checksum
+  return sound > kChanges / 2 && repaired_bgzf(damaged) == file;
 }
 
 class Replay {
@@ -103,6 +129,10 @@ bool is_wanted(const Target& target, const std::vector<std::string>& names) {
 }
 
 int replay(const fs::path& folder, const std::vector<std::string>& names) {
+  if (!changes_reach_behind_the_codec()) {
+    std::fputs("files are not changed as they should be\n", stderr);
+    return 1;
+  }
   Replay replay;
   for (const Target& target : targets()) {
     if (!is_wanted(target, names)) continue;
