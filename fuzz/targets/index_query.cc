@@ -57,8 +57,11 @@ bool complete_index(const std::vector<ModelRecord>& records, int references, Mod
     if (record.ref < 0) continue;
     if (record.ref >= references || record.pos < 0 || record.end > kMostPlaces) return false;
     const int end = std::max(record.end, record.pos + 1);
-    bins[{record.ref, static_cast<std::uint32_t>(slow_bin(record.pos, end))}].push_back(
-        {record.beg_offset, record.end_offset});
+    std::vector<ModelChunk>& chunks =
+        bins[{record.ref, static_cast<std::uint32_t>(slow_bin(record.pos, end))}];
+    const bool follows = !chunks.empty() && chunks.back().second == record.beg_offset;
+    if (!follows) chunks.emplace_back(record.beg_offset, record.end_offset);
+    chunks.back().second = record.end_offset;
     auto& linear = index.refs[static_cast<std::size_t>(record.ref)].linear;
     const auto last = static_cast<std::size_t>((end - 1) >> 14);
     if (last >= kFewWindows) return false;
@@ -126,7 +129,8 @@ void run(Input input) {
 std::vector<std::string> seeds() {
   std::vector<std::string> files = bam_files();
   files.push_back(stored_bgzf(wide_bam(40).content(), 300));
-  return behind({std::string("\0\0\0\0\0\0\0\0\1", 9), std::string("\1\0\140\0\0\0\0\2\0", 9)},
+  return behind({std::string("\0\0\0\0\0\0\0\0\1", 9), std::string("\0\120\303\0\0\0\0\2\0", 9),
+                 std::string("\1\0\140\0\0\0\0\2\0", 9)},
                 files);
 }
 

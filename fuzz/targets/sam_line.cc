@@ -70,6 +70,8 @@ void run(Input input) {
   if (!read(record, line)) return;
   require(record.is_well_formed(), "a line makes a record that is none");
   read_twice(record, line);
+  const std::string_view name = line.substr(0, line.find('\t'));
+  require(record.read_name_text() == name.substr(0, name.find('\0')), "a name changes");
 
   std::string written;
   const std::string error = error_of("to_sam", [&] { written = record.to_sam(dictionary()); });
@@ -88,6 +90,16 @@ std::vector<std::string> seeds() {
     lines.push_back(file.substr(at, end - at));
     at = end + 1;
   }
+  // At the limits of names, sequences and numbers of ops.
+  const std::string behind_name = "\t0\tchr1\t1\t0\t4M\t*\t0\t0\tACGT\tIIII";
+  for (const std::size_t size : {222U, 223U, 254U}) {
+    lines.push_back(std::string(size, 'n') + behind_name);
+  }
+  for (const std::size_t size : {255U, 256U}) {
+    lines.push_back("r\t0\tchr1\t1\t0\t1M\t*\t0\t0\t" + std::string(size, 'A') + '\t' +
+                    std::string(size, 'I'));
+  }
+  lines.push_back("r\t0\tchr1\t1\t0\t" + std::string(600, 'M') + "\t*\t0\t0\tA\tI");
   return lines;
 }
 
