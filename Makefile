@@ -2,7 +2,7 @@
 # Everything of substance is in scripts/.
 
 .DEFAULT_GOAL := help
-.PHONY: help demo test build bench bench-check format lint clean
+.PHONY: help demo test build bench bench-check fuzz format lint clean
 
 help:
 	@echo 'make demo    install what is missing, build, and show what readkit does on real data'
@@ -10,6 +10,7 @@ help:
 	@echo 'make build   build the library and the program into build/demo, without the tests'
 	@echo 'make bench   install other tools, build, and measure readkit against them (ARGS: options)'
 	@echo 'make bench-check   count the instructions of hot paths and compare them with those of before'
+	@echo 'make fuzz    install what is missing, build, and fuzz every target (ARGS: seconds, names)'
 	@echo 'make format  rewrite the sources in the project'"'"'s format'
 	@echo 'make lint    check format and run clang-tidy'
 	@echo 'make clean   remove build/'
@@ -35,6 +36,10 @@ bench-check:
 	@scripts/install-dependencies bench
 	@scripts/build
 	@bench/check $(ARGS)
+
+fuzz:
+	@scripts/install-dependencies test
+	@scripts/fuzz $(ARGS)
 
 format:
 	@scripts/format --fix

@@ -66,6 +66,20 @@ TEST_F(BgzfSeek, GivesBackItsArgumentAndPositionsTheNextRead) {
   EXPECT_EQ(take(in, 3), "efg");
 }
 
+// Nothing is retried: the damaged block is the current one, so a seek to it reads nothing, and it
+// has no data.
+TEST_F(BgzfSeek, ToADamagedBlockASecondTimeGoesOnBehindIt) {
+  const BgzfFile damaged =
+      BgzfFile().block("abcde").block(BgzfBlock::around("\xff\xff")).block("klmno").marker();
+  BGZF in(folder_.write("g", damaged.bytes()));
+  const std::uint64_t offset = virtual_offset(damaged.offset(1), 0);
+  EXPECT_KIND(in.seek(offset), ZLIBInflate, folder_.text("g"));
+  EXPECT_EQ(in.seek(offset), offset);
+  EXPECT_EQ(take(in, 5), "klmno");
+  in.seek(0);
+  EXPECT_KIND(in.seek(offset), ZLIBInflate, folder_.text("g"));
+}
+
 TEST_F(BgzfSeek, InsideTheCurrentBlockDoesNotTouchTheFile) {
   BGZF in(folder_.path("f"));
   in.seek(in_block(1, 2));
