@@ -45,7 +45,7 @@ void free_array(txArray* a) noexcept {
 }
 
 // Destroys `a` and all it contains, without recursion: cells may be nested at any depth. Arrays
-// that wait for their turn are chained through `owner`.
+// with contents of their own, which wait for their turn, are chained through `owner`.
 void destroy(txArray* a) noexcept {
   a->owner = nullptr;
   txArray* next = a;
@@ -54,6 +54,10 @@ void destroy(txArray* a) noexcept {
     next = current->owner;
     for (txArray* content : contents_of(*current)) {
       if (content == nullptr) continue;
+      if (contents_of(*content).empty()) {
+        free_array(content);
+        continue;
+      }
       content->owner = next;
       next = content;
     }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "header/bam_header.h"
-#include "records/sam_parse.h"
+#include "records/reference_map.h"
 #include "support/reference_decoder.h"
 
 namespace readkit::fuzz {

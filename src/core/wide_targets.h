@@ -4,6 +4,10 @@
 //
 // No include guard: it stands for what it includes, which has rules of its own.
 
+#ifndef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/wide_targets.h"  // when it is compiled alone
+#endif
+
 // Two kinds, both met by the tests: every processor, and those that have had AVX2 for many years.
 #ifndef HWY_DISABLED_TARGETS
 #define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_SSE4 | HWY_AVX3 | HWY_AVX3_DL)
