@@ -73,8 +73,7 @@ CigarSpans spans_of(std::string_view cigar) {
 
 class SamCheck {
  public:
-  SamCheck(File& file, CheckResult& result) : lines_(file), file_(file), result_(result) {
-  }
+  SamCheck(File& file, CheckResult& result) : lines_(file), file_(file), result_(result) {}
 
   void run() {
     result_.kind = "SAM";
@@ -186,9 +185,8 @@ class SamCheck {
   int reference(FindingKind kind, std::string_view name) {
     if (name == kMissing) return -1;
     const int found = indexes_.find(name);
-    const bool is_known =
-        found != ReferenceMap::kNone &&
-        (!has_dictionary_ || static_cast<std::size_t>(found) < lengths_.size());
+    const bool is_known = found != ReferenceMap::kNone &&
+                          (!has_dictionary_ || static_cast<std::size_t>(found) < lengths_.size());
     if (has_dictionary_ && !is_known) add(kind, "there is no reference ", excerpt(name));
     if (found != ReferenceMap::kNone) return found;
     const int index = static_cast<int>(indexes_.size());
