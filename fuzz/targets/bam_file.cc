@@ -47,6 +47,12 @@ Inputs order(const Job& job) {
   return files(job);
 }
 
+Inputs seeded_order(const Job& job) {
+  Inputs list = order(job);
+  list.push_back(number(job.first));
+  return list;
+}
+
 const Way kWays[] = {
     {"getNumReferences", getNumReferences, 1, [](const Job& j) { return inputs(text(j.file)); }},
     {"getReferenceID", getReferenceID, 1,
@@ -71,6 +77,11 @@ const Way kWays[] = {
     {"convertFormat, fasta", convertFormat, 0, [](const Job& j) { return conversion(j, "fasta"); }},
     {"scanQualities", scanQualities, 6, [](const Job& j) { return scan_inputs(3, j); }},
     {"kxBamShuffle", kxBamShuffle, 0, order},
+    {"kxBamShuffleSeeded", kxBamShuffleSeeded, 0, seeded_order},
+    {"kxBamIndexComplete", kxBamIndexComplete, 0, files},
+    {"kxCheck", kxCheck, 1, [](const Job& j) { return inputs(text(j.file)); }},
+    {"kxCheck, index", kxCheck, 1,
+     [](const Job& j) { return inputs(text(j.file), text(j.index)); }},
 };
 
 // An index of another number of references than most files have, which is passed over, and one of

@@ -32,6 +32,7 @@ const Way kWays[] = {
     {"convertFormat, fastq", convertFormat, 0, [](const Job& j) { return conversion(j, "fastq"); }},
     {"convertFormat, fasta", convertFormat, 0, [](const Job& j) { return conversion(j, "fasta"); }},
     {"scanQualities", scanQualities, 6, [](const Job& j) { return scan_inputs(2, j); }},
+    {"kxCheck", kxCheck, 1, [](const Job& j) { return inputs(text(j.file)); }},
 };
 
 void run(Input input) {

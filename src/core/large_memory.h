@@ -4,17 +4,19 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 namespace readkit {
 
-struct FreeMemory {
-  void operator()(void* memory) const { std::free(memory); }
+/// Gives memory back to the system.
+struct UnmapMemory {
+  std::size_t size = 0;  ///< bytes, of whole pages
+  void operator()(std::uint8_t* memory) const;
 };
-using LargeMemory = std::unique_ptr<std::uint8_t[], FreeMemory>;
+using LargeMemory = std::unique_ptr<std::uint8_t[], UnmapMemory>;
 
-/// `size` uninitialised bytes. Raises std::bad_alloc.
+/// At least `size` bytes, above 0, all 0. They come from the system and go back to it, so that runs
+/// of large blocks leave no holes behind. Raises std::bad_alloc.
 LargeMemory make_large_memory(std::size_t size);
 
 }  // namespace readkit

@@ -31,7 +31,7 @@ Found with(const char* value) {
   return line_found(line);
 }
 
-TEST(SamFile, SoundLinesPass) {
+TEST(CheckSamFile, SoundLinesPass) {
   SamLine other;
   other.rname = other.rnext = other.cigar = other.seq = other.qual = "*";
   other.pos = other.pnext = "0";
@@ -46,7 +46,7 @@ TEST(SamFile, SoundLinesPass) {
   EXPECT_EQ(found_in(kHeader), Found{});
 }
 
-TEST(SamFile, EveryRuleOfALine) {
+TEST(CheckSamFile, EveryRuleOfALine) {
   EXPECT_EQ(with<&SamLine::qname>("a b"), only("ReadName"));
   EXPECT_EQ(with<&SamLine::qname>(""), only("ReadName"));
   EXPECT_EQ(with<&SamLine::qname>(std::string(254, 'n').c_str()), Found{});
@@ -85,25 +85,25 @@ TEST(SamFile, EveryRuleOfALine) {
   EXPECT_EQ(with<&SamLine::tags>("\tNM:i:1\tNM:i:1"), only("TagRepeated"));
 }
 
-TEST(SamFile, LineNeedsElevenFields) {
+TEST(CheckSamFile, LineNeedsElevenFields) {
   EXPECT_EQ(found_in(kHeader + "r1\t0\tchr1\n" + SamLine().text() + "\n"),
             (Found{"FieldCount 4 1"}));
   EXPECT_EQ(found_in(kHeader + "\n"), (Found{"FieldCount 4 1"}));
 }
 
-TEST(SamFile, HeaderIsChecked) {
+TEST(CheckSamFile, HeaderIsChecked) {
   EXPECT_EQ(found_in("@HD VN:1.6\n"), (Found{"HeaderLine 1 0"}));
   EXPECT_EQ(found_in("@SQ\tSN:a\tLN:1\n@SQ\tSN:a\tLN:1\n"), (Found{"ReferenceName 2 0"}));
   EXPECT_EQ(found_in(kHeader + SamLine().text() + "\n@CO\tlate\n"), (Found{"HeaderLine 5 0"}));
   EXPECT_EQ(check_bytes(kHeader + SamLine().text() + "\n@CO\tlate\n").records, 1U);
 }
 
-TEST(SamFile, WithoutADictionaryEveryReferenceIsTaken) {
+TEST(CheckSamFile, WithoutADictionaryEveryReferenceIsTaken) {
   EXPECT_EQ(found_in(SamLine().text() + "\n"), Found{});
   EXPECT_EQ(found_in("@CO\tx\n" + SamLine().text() + "\n"), Found{});
 }
 
-TEST(SamFile, OrderIsThatOfTheDictionary) {
+TEST(CheckSamFile, OrderIsThatOfTheDictionary) {
   const auto line = [](const char* ref, const char* pos) {
     SamLine one;
     one.rname = ref;
@@ -121,7 +121,7 @@ TEST(SamFile, OrderIsThatOfTheDictionary) {
             (Found{"SortOrder 5 2"}));
 }
 
-TEST(SamFile, LastLineHasANewline) {
+TEST(CheckSamFile, LastLineHasANewline) {
   const CheckResult result = check_bytes(kHeader + SamLine().text());
   EXPECT_EQ(found(result), (Found{"LastLine 4 0"}));
   EXPECT_FALSE(result.end_marker);
