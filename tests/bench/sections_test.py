@@ -93,6 +93,7 @@ class Regions(unittest.TestCase):
 
     def test_apart_and_within_references(self):
         references = [("a", 300_000), ("b", 600_000)]
+        self.assertGreaterEqual(inputs.most_regions(references), 20)
         lines = list(inputs.random_regions(references, 20))
         found = [(name, int(begin), int(end)) for name, begin, end in map(str.split, lines)]
         self.assertEqual(len(found), 20)
@@ -103,7 +104,7 @@ class Regions(unittest.TestCase):
         for (name, _, end), (following, begin, _) in itertools.pairwise(found):
             self.assertTrue((following == name and begin >= end + 1000) or following > name)
         with self.assertRaises(inputs.InputError):
-            list(inputs.random_regions(references, 21))
+            list(inputs.random_regions(references, inputs.most_regions(references) + 1))
 
     def test_lengths(self):
         lines = ["@HD\tVN:1\n", "@SQ\tSN:a\tLN:5\n", "@SQ\tSN:b:c\tLN:7\n", "r\t@SQ\n"]
