@@ -15,7 +15,9 @@ namespace readkit {
 inline constexpr std::size_t kEight = sizeof(std::uint64_t);
 
 /// A word that has this byte in every place.
-constexpr std::uint64_t each_byte(std::uint8_t byte) { return 0x0101010101010101 * byte; }
+constexpr std::uint64_t each_byte(std::uint8_t byte) {
+  return std::uint64_t{0x0101010101010101} * byte;
+}
 
 /// Which of eight characters, the lowest byte first, is the first with a bit in `marks`; 8 when
 /// there is none.

@@ -23,7 +23,7 @@ class PendingOutput {
   /// Copies `n` bytes; false, and nothing is copied, when there is no room for all of them.
   bool keep(const void* from, std::size_t n) {
     if (n > room_left() || !accepts()) return false;
-    std::memcpy(bytes_.data<char>() + size_, from, n);
+    if (n > 0) std::memcpy(bytes_.data<char>() + size_, from, n);  // no bytes may be nowhere
     size_ += n;
     return true;
   }
