@@ -10,6 +10,7 @@
 // that comes back to reference 0. Entries that come out too large there are lowered to the least of
 // the windows behind them; in a file in order there are none.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -56,8 +57,8 @@ void complete_windows(std::vector<std::uint64_t>& linear, std::uint64_t unset) {
   std::uint64_t before = 0;
   for (std::uint64_t& entry : linear) before = entry = entry == unset ? before : entry;
   std::uint64_t behind = unset;
-  for (auto entry = linear.rbegin(); entry != linear.rend(); ++entry) {
-    behind = *entry = std::min(*entry, behind);
+  for (std::size_t window = linear.size(); window-- > 0;) {
+    behind = linear[window] = std::min(linear[window], behind);
   }
 }
 
