@@ -16,8 +16,8 @@ class PendingOutput {
   PendingOutput() = default;
   explicit PendingOutput(std::size_t room) : bytes_(room), room_(room) {}
 
-  /// Whether it takes bytes at all: not without room, after a failure, or once closed.
-  bool accepts() const { return room_ > 0; }
+  /// Whether it takes bytes at all: not without room, after a failure, once closed or moved from.
+  bool accepts() const { return room_ > 0 && bytes_; }
   /// How many more bytes `keep` takes.
   std::size_t room_left() const { return room_ - size_; }
   /// Copies `n` bytes; false, and nothing is copied, when there is no room for all of them.

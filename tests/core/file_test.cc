@@ -212,6 +212,19 @@ TEST(File, FlushBringsOutWhatWasWritten) {
   EXPECT_FALSE(file.flush());
 }
 
+TEST(File, WriterThatWasMovedFromAcceptsNothing) {
+  const TempDir folder;
+  File file(folder.path("f"), "wb");
+  EXPECT_TRUE(file.write("abc", 3));
+  File other = std::move(file);
+  EXPECT_FALSE(file.write("x", 1));
+  EXPECT_FALSE(file.flush());
+  EXPECT_FALSE(file.close());
+  EXPECT_TRUE(other.write("de", 2));
+  EXPECT_TRUE(other.close());
+  EXPECT_EQ(folder.read("f"), "abcde");
+}
+
 TEST(File, MovedWriterBringsOutWhatWasWritten) {
   const TempDir folder;
   {
