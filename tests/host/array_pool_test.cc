@@ -77,7 +77,7 @@ TEST_F(ArrayPool, GivesBackWhatManyArraysUsed) {
   forget_resident_peak();
   const std::size_t before = resident_memory();
   many_texts().clear();
-  std::thread([] { many_texts().clear(); }).join();
+  for (int i = 0; i < 8; ++i) std::thread([] { many_texts().clear(); }).join();
   forget_resident_peak();
   EXPECT_GE(before + kSlack, resident_memory());
 }
