@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -11,43 +11,41 @@
 #include <utility>
 #include <vector>
 
+#include "host/array_pool.h"
 #include "host/array_storage.h"
 #include "host/error.h"
 
 namespace readkit::host {
 namespace {
 
-// Up to this size the data block lies in the array's own allocation. A larger one lies by itself,
-// so that txSetPr gives its memory back.
-constexpr std::size_t kMaxInsideBytes = 256;
+constexpr std::size_t kHeaders = sizeof(txArray) + sizeof(Block);
+
+// Up to this size the data block lies in the array's own memory.
+constexpr std::size_t kMaxInsideBytes = kMaxPooledBytes - kHeaders;
 
 static_assert(alignof(txArray) == alignof(Block), "a block follows the array without a gap");
-static_assert(alignof(Block) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__, "malloc aligns blocks");
+static_assert(alignof(Block) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__, "the pool aligns blocks");
 
 // The one place that allocates an array; destroy() is the one that frees it.
 txArray* allocate_with_block(std::size_t bytes, Contents contents) {
-  constexpr std::size_t kHeaders = sizeof(txArray) + sizeof(Block);
-  if (bytes > std::numeric_limits<std::size_t>::max() - kHeaders) throw std::bad_alloc();
-  void* const memory = contents == Contents::kZeros ? std::calloc(1, kHeaders + bytes)
-                                                    : std::malloc(kHeaders + bytes);
-  if (memory == nullptr) throw std::bad_alloc();
-  txArray* const a = new (memory) txArray;
+  txArray* const a = new (take_from_pool(kHeaders + bytes)) txArray;
   a->data = new (static_cast<void*>(a + 1)) Block{bytes, BlockUse::kInside} + 1;
-  count_array(true);
+  if (contents == Contents::kZeros) std::memset(a->data, 0, bytes);
+  count_made();
   return a;
 }
 
 void free_array(txArray* a) noexcept {
   if (a->data != nullptr && block_of(a->data)->use != BlockUse::kInside) free_block(a->data);
   a->~txArray();
-  std::free(a);
-  count_array(false);
+  return_to_pool(a);
 }
 
 // Destroys `a` and all it contains, without recursion: cells may be nested at any depth. Arrays
 // with contents of their own, which wait for their turn, are chained through `owner`.
 void destroy(txArray* a) noexcept {
   a->owner = nullptr;
+  std::size_t destroyed = 0;
   txArray* next = a;
   while (next != nullptr) {
     txArray* const current = next;
@@ -56,13 +54,16 @@ void destroy(txArray* a) noexcept {
       if (content == nullptr) continue;
       if (contents_of(*content).empty()) {
         free_array(content);
+        ++destroyed;
         continue;
       }
       content->owner = next;
       next = content;
     }
     free_array(current);
+    ++destroyed;
   }
+  count_destroyed(destroyed);
 }
 
 // At least two dimensions, no trailing ones beyond the second.
@@ -115,9 +116,9 @@ std::size_t checked_product(std::size_t a, std::size_t b) {
 }
 
 Owned new_array(txClassID class_id, std::size_t rows, std::size_t columns, std::size_t slot_bytes,
-                Placement placement, Contents contents) {
+                Contents contents) {
   const std::size_t bytes = checked_product(checked_product(rows, columns), slot_bytes);
-  const bool inside = placement == Placement::kInside || bytes <= kMaxInsideBytes;
+  const bool inside = bytes <= kMaxInsideBytes;
   Owned a(allocate_with_block(inside ? bytes : 0, contents));
   a->class_id = class_id;
   a->rows = rows;
@@ -130,9 +131,7 @@ Owned new_array(txClassID class_id, Dims dims, std::size_t slot_bytes, Contents 
   normalize(dims);
   std::size_t columns = 1;
   for (std::size_t i = 1; i < dims.size(); ++i) columns = checked_product(columns, dims[i]);
-  const bool exchangeable = is_numeric(class_id) || class_id == txLOGICAL_CLASS;
-  Owned a = new_array(class_id, dims[0], columns, slot_bytes,
-                      exchangeable ? Placement::kByItself : Placement::kInside, contents);
+  Owned a = new_array(class_id, dims[0], columns, slot_bytes, contents);
   if (dims.size() > 2) extra_of(*a).dims = std::move(dims);
   return a;
 }
@@ -271,7 +270,6 @@ extern "C" {
 
 txArray* txCreateCellMatrix(std::size_t m, std::size_t n) {
   return readkit::host::new_array(txCELL_CLASS, m, n, sizeof(txArray*),
-                                  readkit::host::Placement::kInside,
                                   readkit::host::Contents::kZeros)
       .release();
 }

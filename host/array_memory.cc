@@ -24,12 +24,9 @@ std::size_t with_header(std::size_t bytes) {
 std::size_t live_arrays() { return g_live_arrays.load(std::memory_order_relaxed); }
 std::size_t live_blocks() { return g_live_blocks.load(std::memory_order_relaxed); }
 
-void count_array(bool made) noexcept {
-  if (made) {
-    g_live_arrays.fetch_add(1, std::memory_order_relaxed);
-  } else {
-    g_live_arrays.fetch_sub(1, std::memory_order_relaxed);
-  }
+void count_made() noexcept { g_live_arrays.fetch_add(1, std::memory_order_relaxed); }
+void count_destroyed(std::size_t arrays) noexcept {
+  g_live_arrays.fetch_sub(arrays, std::memory_order_relaxed);
 }
 
 void* new_block(std::size_t bytes, BlockUse use, Contents contents) {

@@ -7,8 +7,8 @@
 //   when the class keeps no data block or there is nothing to keep). Cells and structures keep
 //   pointers to their contents there, one or one per field for each element; every pointer within
 //   the block's room is owned, also those past the elements after the array was made smaller. The
-//   block of a small array lies in the same allocation as the array, so that a short text costs one
-//   allocation. `owner` is set exactly while the array lies in a cell or structure array.
+//   block of a small array lies in the same memory as the array, that of a larger one by itself.
+//   `owner` is set exactly while the array lies in a cell or structure array.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +25,7 @@
 namespace readkit::host {
 
 /// Who frees a block: whoever has the pointer, the array it is attached to, or nobody, because it
-/// is a part of the array's own allocation.
+/// is a part of the array's own memory.
 enum class BlockUse : std::uint8_t { kLoose, kAttached, kInside };
 
 /// Precedes every block of host memory. Aligned so that the memory after it suits any type.
@@ -57,9 +57,6 @@ struct alignas(16) txArray {
 
 namespace readkit::host {
 
-/// Where the data block of a new array lies: in the array's own allocation, or by itself when it is
-/// large and might be exchanged.
-enum class Placement { kInside, kByItself };
 enum class Contents { kZeros, kUninitialized };
 
 /// Bytes of an element in the data block; for cells the pointer, for structures and strings 0.
@@ -72,7 +69,7 @@ std::size_t checked_product(std::size_t a, std::size_t b);
 /// An array with a data block of rows * columns * `slot_bytes` bytes. Raises std::length_error and
 /// std::bad_alloc.
 Owned new_array(txClassID class_id, std::size_t rows, std::size_t columns, std::size_t slot_bytes,
-                Placement placement, Contents contents);
+                Contents contents);
 /// The same with any dimensions, as gateway callers give them (see Dims).
 Owned new_array(txClassID class_id, Dims dims, std::size_t slot_bytes, Contents contents);
 /// The extra part, made when it is missing.
@@ -100,7 +97,8 @@ inline Block* block_of(void* data) { return static_cast<Block*>(data) - 1; }
 void* new_block(std::size_t bytes, BlockUse use, Contents contents);
 /// Frees a block that is not kInside. Accepts null.
 void free_block(void* data) noexcept;
-void count_array(bool made) noexcept;
+void count_made() noexcept;
+void count_destroyed(std::size_t arrays) noexcept;
 
 /// Raises HostError with the arguments that the catalog's text of the identifier wants.
 [[noreturn]] void raise_null_array(const char* operation);

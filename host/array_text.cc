@@ -64,8 +64,7 @@ Owned row_of_bytes(const char* bytes, std::size_t length) {
 }  // namespace
 
 Owned new_text(std::size_t units) {
-  return new_array(txCHAR_CLASS, 1, units, sizeof(char16_t), Placement::kInside,
-                   Contents::kUninitialized);
+  return new_array(txCHAR_CLASS, 1, units, sizeof(char16_t), Contents::kUninitialized);
 }
 
 Owned make_text(std::string_view bytes) { return row_of_bytes(bytes.data(), bytes.size()); }

@@ -8,8 +8,6 @@
 namespace readkit {
 namespace {
 
-constexpr std::size_t kLargePage = std::size_t{2} << 20;
-
 void unmap(std::uint8_t* memory, std::size_t size) {
   if (size > 0) munmap(memory, size);
 }
@@ -18,7 +16,7 @@ void unmap(std::uint8_t* memory, std::size_t size) {
 
 void UnmapMemory::operator()(std::uint8_t* memory) const { unmap(memory, size); }
 
-LargeMemory make_large_memory(std::size_t size) {
+LargeMemory make_aligned_memory(std::size_t size) {
   if (size > std::numeric_limits<std::size_t>::max() / 2) throw std::bad_alloc();
   const std::size_t whole = (size + kLargePage - 1) / kLargePage * kLargePage;
   // A page more, of which what lies before and behind the aligned part goes back at once.
@@ -30,8 +28,19 @@ LargeMemory make_large_memory(std::size_t size) {
       (kLargePage - reinterpret_cast<std::uintptr_t>(start) % kLargePage) % kLargePage;
   unmap(start, before);
   unmap(start + before + whole, kLargePage - before);
-  madvise(start + before, whole, MADV_HUGEPAGE);  // a wish; small pages do as well
   return LargeMemory(start + before, UnmapMemory{whole});
+}
+
+LargeMemory make_large_memory(std::size_t size) {
+  LargeMemory memory = make_aligned_memory(size);
+  madvise(memory.get(), memory.get_deleter().size, MADV_HUGEPAGE);  // small pages do as well
+  return memory;
+}
+
+void find_pages(const LargeMemory& memory) {
+#ifdef MADV_POPULATE_WRITE
+  madvise(memory.get(), memory.get_deleter().size, MADV_POPULATE_WRITE);
+#endif
 }
 
 }  // namespace readkit

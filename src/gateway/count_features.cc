@@ -4,8 +4,9 @@
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <span>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "bam/bam.h"
 #include "core/errors.h"
@@ -37,26 +38,26 @@ struct Tallies {
   double multi_mapped = 0;
 };
 
-// The records that pass, in file order. Their texts lie one behind the other in one string.
+// The records that pass, in file order. Their texts lie one behind the other.
 struct KeptRecords {
-  std::string texts;
-  std::vector<std::uint32_t> name_lengths;
-  std::vector<std::uint32_t> cigar_lengths;
-  std::vector<std::int32_t> starts;  // 1-based
-  std::vector<std::int32_t> ends;    // 1-based, inclusive
-  std::vector<std::int32_t> references;
-  std::vector<std::int32_t> mate_starts;
-  std::vector<std::uint16_t> flags;
+  HostValues<char> texts;
+  HostValues<std::uint32_t> name_lengths;
+  HostValues<std::uint32_t> cigar_lengths;
+  HostValues<std::int32_t> starts;  // 1-based
+  HostValues<std::int32_t> ends;    // 1-based, inclusive
+  HostValues<std::int32_t> references;
+  HostValues<std::int32_t> mate_starts;
+  HostValues<std::uint16_t> flags;
 
-  std::size_t size() const { return flags.size(); }
+  std::size_t size() const { return name_lengths.size(); }
   void add(const Alignment& record);
 };
 
 void KeptRecords::add(const Alignment& record) {
   const std::string_view name = record.read_name_text();
   const std::string cigar = record.cigar_string();
-  texts += name;
-  texts += cigar;
+  texts.append(name);
+  texts.append(cigar);
   name_lengths.push_back(static_cast<std::uint32_t>(name.size()));
   cigar_lengths.push_back(static_cast<std::uint32_t>(cigar.size()));
   starts.push_back(one_based(record.pos()));
@@ -81,7 +82,7 @@ class FeatureCounter {
   }
 
   const Tallies& tallies() const { return tallies_; }
-  const KeptRecords& kept() const { return kept_; }
+  KeptRecords& kept() { return kept_; }
   bool some_nh_missing() const { return some_nh_missing_; }
   // Counting by NH was asked for, records were kept, and not one record had the field.
   bool needs_nh() const {
@@ -172,9 +173,10 @@ matrix::Owned make_tallies(const Tallies& t) {
 }
 
 matrix::Owned make_reference_names(const KeptRecords& kept, const BAM& bam) {
-  matrix::Owned cells = make_cells(kept.size());
-  for (std::size_t row = 0; row < kept.size(); ++row) {
-    const int id = kept.references[row];
+  const std::span<const std::int32_t> references = kept.references.values();
+  matrix::Owned cells = make_cells(references.size());
+  for (std::size_t row = 0; row < references.size(); ++row) {
+    const int id = references[row];
     set_text(cells, row, id < 0 ? Alignment::FieldMissingStr : bam.header().get_ref(id).name());
   }
   return cells;
@@ -183,12 +185,14 @@ matrix::Owned make_reference_names(const KeptRecords& kept, const BAM& bam) {
 void make_text_outputs(const KeptRecords& kept, txArray** names_slot, txArray** cigars_slot) {
   matrix::Owned names = make_cells(kept.size());
   matrix::Owned cigars = make_cells(kept.size());
-  std::string_view rest(kept.texts);
+  const std::span<const std::uint32_t> name_lengths = kept.name_lengths.values();
+  const std::span<const std::uint32_t> cigar_lengths = kept.cigar_lengths.values();
+  std::string_view rest(kept.texts.values().data(), kept.texts.size());
   for (std::size_t row = 0; row < kept.size(); ++row) {
-    set_text(names, row, rest.substr(0, kept.name_lengths[row]));
-    rest.remove_prefix(kept.name_lengths[row]);
-    set_text(cigars, row, rest.substr(0, kept.cigar_lengths[row]));
-    rest.remove_prefix(kept.cigar_lengths[row]);
+    set_text(names, row, rest.substr(0, name_lengths[row]));
+    rest.remove_prefix(name_lengths[row]);
+    set_text(cigars, row, rest.substr(0, cigar_lengths[row]));
+    rest.remove_prefix(cigar_lengths[row]);
   }
   set_output(names_slot, std::move(names));
   set_output(cigars_slot, std::move(cigars));
@@ -197,9 +201,9 @@ void make_text_outputs(const KeptRecords& kept, txArray** names_slot, txArray** 
 // ---- getStartsInReference -----------------------------------------------------------------------
 
 struct RecordStarts {
-  std::vector<std::uint32_t> starts;  // 1-based
-  std::vector<std::uint32_t> ends;    // 1-based, inclusive
-  std::vector<std::uint16_t> flags;
+  HostValues<std::uint32_t> starts;  // 1-based
+  HostValues<std::uint32_t> ends;    // 1-based, inclusive
+  HostValues<std::uint16_t> flags;
 };
 
 }  // namespace
@@ -215,13 +219,13 @@ void getFeatureCountData(int nlhs, txArray* plhs[], int nrhs, const txArray* prh
   while (bam.next_alignment()) counter.add(bam);
   if (counter.needs_nh()) throw AllNHTagsMissing(bam.path().text());
 
-  const KeptRecords& kept = counter.kept();
+  KeptRecords& kept = counter.kept();
   make_text_outputs(kept, &plhs[0], &plhs[1]);
-  set_output(&plhs[2], make_column<std::int32_t>(kept.starts));
-  set_output(&plhs[3], make_column<std::int32_t>(kept.ends));
+  set_output(&plhs[2], take_column(kept.starts));
+  set_output(&plhs[3], take_column(kept.ends));
   set_output(&plhs[4], make_reference_names(kept, bam));
-  set_output(&plhs[5], make_column<std::uint16_t>(kept.flags));
-  set_output(&plhs[6], make_column<std::int32_t>(kept.mate_starts));
+  set_output(&plhs[5], take_column(kept.flags));
+  set_output(&plhs[6], take_column(kept.mate_starts));
   set_output(&plhs[7], make_tallies(counter.tallies()));
   set_output(&plhs[8], matrix::Owned(txCreateLogicalScalar(counter.some_nh_missing())));
 }
@@ -243,9 +247,9 @@ void getStartsInReference(int nlhs, txArray* plhs[], int nrhs, const txArray* pr
     records.ends.push_back(static_cast<std::uint32_t>(bam.cigar_endpos()));
     records.flags.push_back(static_cast<std::uint16_t>(bam.flag()));
   }
-  if (nlhs >= 1) set_output(&plhs[0], make_column<std::uint32_t>(records.starts));
-  if (nlhs >= 2) set_output(&plhs[1], make_column<std::uint32_t>(records.ends));
-  if (nlhs >= 3) set_output(&plhs[2], make_column<std::uint16_t>(records.flags));
+  if (nlhs >= 1) set_output(&plhs[0], take_column(records.starts));
+  if (nlhs >= 2) set_output(&plhs[1], take_column(records.ends));
+  if (nlhs >= 3) set_output(&plhs[2], take_column(records.flags));
 }
 
 }  // namespace readkit

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "gateway/host_memory.h"
 #include "gateway/tx_array.h"
 
 namespace readkit {
@@ -43,6 +44,19 @@ template <typename T>
 matrix::Owned make_column(std::span<const T> values) {
   matrix::Owned column = make_column<T>(values.size());
   std::copy(values.begin(), values.end(), column_data<T>(column));
+  return column;
+}
+
+/// A column that takes these over.
+template <typename T>
+matrix::Owned take_column(HostValues<T>& values) {
+  const std::size_t rows = values.size();
+  matrix::Owned column = make_column<T>(std::size_t{0});
+  if (rows == 0) return column;
+  HostBlock<T> block = values.release();
+  txSetPr(column.get(), block.get());
+  static_cast<void>(block.release());
+  txSetM(column.get(), rows);
   return column;
 }
 

@@ -1,6 +1,8 @@
 #include "core/large_memory.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <new>
 
@@ -15,6 +17,16 @@ TEST(LargeMemory, CanBeFilledToItsEnd) {
     const LargeMemory memory = make_large_memory(size);
     std::fill_n(memory.get(), size, std::uint8_t{0xA5});
     EXPECT_EQ(memory[size - 1], 0xA5) << size;
+  }
+}
+
+TEST(LargeMemory, BeginsAtALargePageAndIsZeroInPagesOfEitherSize) {
+  for (const bool large : {true, false}) {
+    const LargeMemory memory = large ? make_large_memory(1) : make_aligned_memory(1);
+    find_pages(memory);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory.get()) % kLargePage, 0U);
+    EXPECT_EQ(std::count(memory.get(), memory.get() + kLargePage, std::uint8_t{0}),
+              static_cast<std::ptrdiff_t>(kLargePage));
   }
 }
 

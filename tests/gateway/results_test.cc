@@ -35,6 +35,28 @@ TEST(Results, ColumnWithElementsHoldsThem) {
   EXPECT_EQ(column_of<std::uint32_t>(make_column<std::uint32_t>(values)), values);
 }
 
+TEST(Results, ColumnTakesCollectedValuesOver) {
+  const LeakCheck leaks;
+  HostValues<std::uint32_t> values;
+  expect_shape(take_column(values), txUINT32_CLASS, 0, 1);
+  std::vector<std::uint32_t> expected;
+  for (std::uint32_t value = 0; value < 5000; ++value) {
+    values.push_back(value);
+    expected.push_back(value);
+  }
+  values.append(std::vector<std::uint32_t>(3000, 7));
+  expected.resize(8000, 7);
+  ASSERT_EQ(values.size(), expected.size());
+  const std::uint32_t* const block = values.values().data();
+  EXPECT_EQ(std::vector<std::uint32_t>(block, block + values.size()), expected);
+
+  const matrix::Owned column = take_column(values);
+  EXPECT_EQ(column_of<std::uint32_t>(column), expected);
+  EXPECT_EQ(values.size(), 0U);
+  values.push_back(9);
+  EXPECT_EQ(column_of<std::uint32_t>(take_column(values)), (std::vector<std::uint32_t>{9}));
+}
+
 TEST(Results, ColumnDataIsTheArraysOwn) {
   const matrix::Owned column = make_column<std::int32_t>(2);
   column_data<std::int32_t>(column)[1] = -5;
