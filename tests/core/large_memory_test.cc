@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace readkit {
+namespace readkit::core_large_memory_test {
 namespace {
 
 TEST(LargeMemory, CanBeFilledToItsEnd) {
@@ -23,4 +23,4 @@ TEST(LargeMemory, OfMoreThanThereIsIsNotToBeHad) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_large_memory_test
