@@ -15,7 +15,7 @@
 #include "support/record_builder.h"
 #include "support/reference_decoder.h"
 
-namespace readkit {
+namespace readkit::bam_bai_build_test {
 namespace {
 
 using Pairs = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
@@ -411,4 +411,4 @@ TEST_F(BaiBuild, StartingAnewForgetsAllButThatItWasFinished) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_bai_build_test

@@ -14,7 +14,7 @@
 #include "support/memory.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_bai_file_test {
 namespace {
 
 std::string int32(std::int64_t number) {
@@ -310,4 +310,4 @@ TEST_F(BamIndex, LoadedIndexCanBeSaved) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_bai_file_test

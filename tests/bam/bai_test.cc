@@ -18,6 +18,9 @@ static void PrintTo(const Chunk& chunk, std::ostream* out) {
        << ':' << (chunk.end & 0xffff) << ')';
 }
 
+}  // namespace readkit
+
+namespace readkit::bam_bai_test {
 namespace {
 
 using Chunks = std::vector<Chunk>;
@@ -264,4 +267,4 @@ TEST_F(FindChunks, RandomIndexesGiveTheChunksOfTheModel) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_bai_test

@@ -12,7 +12,7 @@
 #include "support/reference_decoder.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_bam_test {
 namespace {
 
 // A file with a record at each of these places (reference, position).
@@ -336,4 +336,4 @@ TEST_F(Bam, MovedFileKeepsItsIndexAndItsQuery) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_bam_test

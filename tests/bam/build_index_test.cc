@@ -11,7 +11,7 @@
 #include "support/memory.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_build_index_test {
 namespace {
 
 RecordBuilder placed(int ref, int pos) {
@@ -113,4 +113,4 @@ TEST_F(BuildIndex, ReferenceBeyondTheDictionaryAndTwoToThe20RaisesReferenceIdNot
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_build_index_test

@@ -17,7 +17,7 @@
 #include "support/samtools.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_complete_index_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -260,4 +260,4 @@ TEST(CompleteIndexModel, SamtoolsReadsTheIndexAndFindsTheSameRecords) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_complete_index_test

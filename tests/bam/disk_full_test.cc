@@ -16,7 +16,7 @@
 #include "support/hostile_calls.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_disk_full_test {
 namespace {
 
 // A file "a.bam" of two runs, of three reads and of two, the second larger than a file's buffer and
@@ -197,4 +197,4 @@ TEST_F(DiskFull, SmallDiskRaisesFileWriteWithTheFileThatFillsIt) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_disk_full_test

@@ -14,7 +14,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_folding_test {
 namespace {
 
 // A record of a bin that takes the file from `beg` to `end`, compressed offsets.
@@ -210,4 +210,4 @@ TEST(BaiModel, RandomSortedRecordsGiveTheIndexOfTheModel) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_folding_test

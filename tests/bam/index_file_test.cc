@@ -19,7 +19,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_index_file_test {
 namespace {
 
 std::string int32(std::int64_t number) {
@@ -226,4 +226,4 @@ TEST_F(OpenIndex, PipeIsLoadedWhole) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_index_file_test

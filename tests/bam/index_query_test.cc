@@ -14,7 +14,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_index_query_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -259,4 +259,4 @@ TEST(QueryModel, RandomLargeFilesGiveTheRecordsOfTheModel) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_index_query_test

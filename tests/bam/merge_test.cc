@@ -14,7 +14,7 @@
 #include "support/hostile_calls.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_merge_test {
 namespace {
 
 RecordBuilder read_at(const std::string& name, int ref, int pos) {
@@ -328,4 +328,4 @@ TEST_F(BamMerge, ReferenceBeyondTheDictionaryStopsSamTextAndPassesIntoABamFile) 
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_merge_test

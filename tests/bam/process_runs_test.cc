@@ -13,7 +13,7 @@
 #include "support/folder_watch.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_process_runs_test {
 namespace {
 
 using Runs = std::vector<Names>;
@@ -255,4 +255,4 @@ TEST_F(ProcessRuns, SourceOfOneRunMayHaveTheNameOfATemporary) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_process_runs_test

@@ -25,7 +25,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::bam_real_sort_test {
 namespace {
 
 // A record and its place.
@@ -221,4 +221,4 @@ TEST_P(RealBamSortErrors, TheErrorOfReadingIsRaisedAndOneRunLeavesNoOutput) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_real_sort_test

@@ -12,7 +12,7 @@
 #include "support/memory.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_record_checks_test {
 namespace {
 
 // A sound record, then `bytes`, then another sound one.
@@ -171,4 +171,4 @@ TEST(BamHeaderCounts, NegativeReferenceCountRaisesTheContainersLengthError) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_record_checks_test

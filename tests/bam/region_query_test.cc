@@ -12,7 +12,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::bam_region_query_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -267,4 +267,4 @@ TEST(RegionScan, FindNextGoesOnFromWhereTheStreamStands) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_region_query_test

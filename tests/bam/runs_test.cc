@@ -12,7 +12,7 @@
 #include "support/expect_kind.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_runs_test {
 namespace {
 
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
@@ -272,4 +272,4 @@ TEST(Runs, RunOfThisMachineTakesHalfItsMemoryAtMostAnd256MebibytesAtLeast) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_runs_test

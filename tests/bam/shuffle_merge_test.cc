@@ -15,7 +15,7 @@
 #include "support/hostile_calls.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_shuffle_merge_test {
 namespace {
 
 // So many standard deviations off is chance once in a million. All seeds here are fixed.
@@ -214,4 +214,4 @@ TEST_F(ShuffleMerge, DamagedInputRaisesItsErrorWithItsName) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_shuffle_merge_test

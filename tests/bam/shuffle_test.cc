@@ -17,7 +17,7 @@
 #include "support/folder_watch.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_shuffle_test {
 namespace {
 
 // Chi-square beyond which chance goes once in a million, by degrees of freedom. All draws here have
@@ -249,4 +249,4 @@ TEST_F(BamShuffle, DamagedBlockPassesThroughAndLeavesTheTemporariesAlreadyWritte
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_shuffle_test

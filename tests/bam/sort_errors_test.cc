@@ -11,7 +11,7 @@
 #include "support/hostile_calls.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_sort_errors_test {
 namespace {
 
 RecordBuilder read_at(const std::string& name, int ref, int pos) {
@@ -176,4 +176,4 @@ TEST_F(BamSortErrors, LastRecordCutShortIsTheEnd) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_sort_errors_test

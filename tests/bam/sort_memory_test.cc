@@ -13,7 +13,7 @@
 #include "support/resident_memory.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_sort_memory_test {
 namespace {
 
 constexpr int kReads = 300;
@@ -101,4 +101,4 @@ TEST_F(SortMemory, WithoutALimitOfBytesARunTakesTheWholeFile) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_sort_memory_test

@@ -14,7 +14,7 @@
 #include "support/folder_watch.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_sort_run_length_test {
 namespace {
 
 constexpr std::size_t kRunLength = 2097153;
@@ -86,4 +86,4 @@ TEST(SortRunLength, FileOfExactlyOneRunMakesTwoTemporariesTheSecondOneWithoutRec
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_sort_run_length_test

@@ -10,7 +10,7 @@
 #include "support/folder_watch.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::bam_sort_test {
 namespace {
 
 RecordBuilder read_at(const std::string& name, int ref, int pos) {
@@ -212,4 +212,4 @@ TEST_F(BamSort, FileMayBeSortedOntoItself) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::bam_sort_test

@@ -11,7 +11,7 @@
 #include "support/memory.h"
 #include "support/reference_decoder.h"
 
-namespace readkit {
+namespace readkit::check_bam_file_test {
 namespace {
 
 RecordBuilder at(int pos, const std::string& name = "read") {
@@ -243,4 +243,4 @@ TEST(BamFile, ClaimsTakeNoMemory) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_bam_file_test

@@ -7,7 +7,7 @@
 
 #include "support/bgzf_builder.h"
 
-namespace readkit {
+namespace readkit::check_block_search_test {
 namespace {
 
 BlockPlace place(const std::string& bytes, bool is_rest) {
@@ -59,4 +59,4 @@ TEST(BlockSearch, SearchGoesOnWhereMoreBytesWouldTell) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_block_search_test

@@ -14,7 +14,7 @@
 #include "support/samtools.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::check_check_test {
 namespace {
 
 TEST(CheckFile, KindIsThatOfTheContent) {
@@ -105,4 +105,4 @@ TEST(CheckFile, RealBamFilesHaveAllTheirBlocksAndRecords) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_check_test

@@ -10,7 +10,7 @@
 #include "support/reference_decoder.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::check_checked_blocks_test {
 namespace {
 
 struct Read {
@@ -179,4 +179,4 @@ TEST(CheckedBlocks, ReadCrossesBlocksAndStopsWhereBytesAreLost) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_checked_blocks_test

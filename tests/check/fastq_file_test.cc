@@ -7,7 +7,7 @@
 
 #include "support/check_words.h"
 
-namespace readkit {
+namespace readkit::check_fastq_file_test {
 namespace {
 
 const std::string& read() {
@@ -65,4 +65,4 @@ TEST(FastqFile, EveryTruncationIsFound) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_fastq_file_test

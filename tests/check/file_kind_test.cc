@@ -7,7 +7,7 @@
 
 #include "support/bgzf_builder.h"
 
-namespace readkit {
+namespace readkit::check_file_kind_test {
 namespace {
 
 FileKind kind(const std::string& bytes) {
@@ -49,4 +49,4 @@ TEST(CheckedFileKind, OtherBytesAreUnknown) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_file_kind_test

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace readkit {
+namespace readkit::check_findings_test {
 namespace {
 
 TEST(Findings, EveryKindHasAnIdentifierOfItsOwn) {
@@ -54,4 +54,4 @@ TEST(Findings, ExcerptIsTheBeginOfALongText) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_findings_test

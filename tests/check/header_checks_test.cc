@@ -7,7 +7,7 @@
 
 #include "support/check_words.h"
 
-namespace readkit {
+namespace readkit::check_header_checks_test {
 namespace {
 
 Found line_found(std::string_view line) {
@@ -94,4 +94,4 @@ TEST(HeaderChecks, CoordinateOrderIsStatedByTheFirstLine) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_header_checks_test

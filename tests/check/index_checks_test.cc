@@ -11,7 +11,7 @@
 #include "support/check_words.h"
 #include "support/expect_kind.h"
 
-namespace readkit {
+namespace readkit::check_index_checks_test {
 namespace {
 
 std::string number(std::uint64_t value, std::size_t size = 4) { return little_endian(value, size); }
@@ -152,4 +152,4 @@ TEST(IndexChecks, MissingIndexRaisesFileNotFound) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_index_checks_test

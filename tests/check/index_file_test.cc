@@ -9,7 +9,7 @@
 #include "support/check_words.h"
 #include "support/memory.h"
 
-namespace readkit {
+namespace readkit::check_index_file_test {
 namespace {
 
 std::string number(std::uint64_t value, std::size_t size = 4) { return little_endian(value, size); }
@@ -124,4 +124,4 @@ TEST(IndexFile, LargeCountsTakeNoMemory) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_index_file_test

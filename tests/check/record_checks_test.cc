@@ -8,7 +8,7 @@
 #include "support/check_words.h"
 #include "support/record_builder.h"
 
-namespace readkit {
+namespace readkit::check_record_checks_test {
 namespace {
 
 const std::vector<Reference>& references() {
@@ -205,4 +205,4 @@ TEST(CheckOfARecord, CoveredEndFindsTheOpsOfLongNames) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_record_checks_test

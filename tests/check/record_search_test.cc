@@ -7,7 +7,7 @@
 
 #include "support/record_builder.h"
 
-namespace readkit {
+namespace readkit::check_record_search_test {
 namespace {
 
 std::optional<std::size_t> search(const std::string& bytes, bool has_dictionary = true) {
@@ -65,4 +65,4 @@ TEST(RecordSearch, RecordsBehindItMustBeInRangeToo) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_record_search_test

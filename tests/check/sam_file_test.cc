@@ -8,7 +8,7 @@
 #include "support/check_words.h"
 #include "support/sam_line.h"
 
-namespace readkit {
+namespace readkit::check_sam_file_test {
 namespace {
 
 const std::string kHeader = "@HD\tVN:1.6\n@SQ\tSN:chr1\tLN:1000\n@SQ\tSN:chr2\tLN:500\n";
@@ -128,4 +128,4 @@ TEST(CheckSamFile, LastLineHasANewline) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_sam_file_test

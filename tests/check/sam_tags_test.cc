@@ -7,7 +7,7 @@
 
 #include "support/check_words.h"
 
-namespace readkit {
+namespace readkit::check_sam_tags_test {
 namespace {
 
 Found found_in(std::string_view fields) {
@@ -76,4 +76,4 @@ TEST(SamTags, LineOfManyFieldsTakesNoTime) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_sam_tags_test

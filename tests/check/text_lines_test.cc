@@ -8,7 +8,7 @@
 
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::check_text_lines_test {
 namespace {
 
 std::vector<std::string> lines_of(const std::string& bytes, bool* is_ended = nullptr) {
@@ -58,4 +58,4 @@ TEST(TextLines, LinesCrossTheWindowOfTheFile) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::check_text_lines_test

@@ -10,7 +10,7 @@
 #include "support/full_disk.h"
 #include "support/hostile_calls.h"
 
-namespace readkit {
+namespace readkit::convert_copy_test {
 namespace {
 
 // What holds for all eight conversions. "a.bam" and "a.sam" hold the reads "r0" to "r7".
@@ -269,4 +269,4 @@ TEST_P(Copy, FilesAreClosedAfterAnError) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_copy_test

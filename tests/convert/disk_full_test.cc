@@ -13,7 +13,7 @@
 #include "support/full_disk.h"
 #include "support/hostile_calls.h"
 
-namespace readkit {
+namespace readkit::convert_disk_full_test {
 namespace {
 
 // Reads that fill more than one of a file's buffers in every format; lines of SAM text can hold no
@@ -148,4 +148,4 @@ TEST_F(OtherFormsDiskFull, HeaderAlone) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_disk_full_test

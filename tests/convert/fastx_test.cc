@@ -9,7 +9,7 @@
 #include "support/record_builder.h"
 #include "support/reference_decoder.h"
 
-namespace readkit {
+namespace readkit::convert_fastx_test {
 namespace {
 
 // What one of the writers gives, with no more room than it asks for.
@@ -149,4 +149,4 @@ TEST(FastxSizes, RoomIsInProportionToTheRead) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_fastx_test

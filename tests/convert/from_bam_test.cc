@@ -12,7 +12,7 @@
 #include "support/hostile_calls.h"
 #include "support/samtools.h"
 
-namespace readkit {
+namespace readkit::convert_from_bam_test {
 namespace {
 
 class FromBam : public testing::Test {
@@ -218,4 +218,4 @@ TEST_F(ReduceRefCount, ReferenceBeyondTheHeaderAndAMillionRaisesReferenceIDNotFo
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_from_bam_test

@@ -13,7 +13,7 @@
 #include "support/sam_model.h"
 #include "support/samtools.h"
 
-namespace readkit {
+namespace readkit::convert_from_sam_test {
 namespace {
 
 const std::string kHeader = "@HD\tVN:1.6\n@SQ\tSN:chr1\tLN:1000\n@SQ\tSN:chr2\tLN:2000\n@CO\tx\n";
@@ -239,4 +239,4 @@ TEST_F(FromSam, OpenFileCanBeConvertedAfterAnError) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_from_sam_test

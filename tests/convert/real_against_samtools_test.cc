@@ -20,7 +20,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::convert_real_against_samtools_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -266,4 +266,4 @@ TEST(ReadGroupRules, AreNeededByTheirExamples) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_real_against_samtools_test

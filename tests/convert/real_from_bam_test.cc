@@ -14,7 +14,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::convert_real_from_bam_test {
 namespace {
 
 class RealFromBam : public testing::TestWithParam<std::string> {
@@ -138,4 +138,4 @@ TEST(RealFromBamSubset, MetFilesWhoseMatesLieOnOtherReferences) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_real_from_bam_test

@@ -13,7 +13,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::convert_real_from_sam_test {
 namespace {
 
 class RealFromSam : public testing::TestWithParam<std::string> {
@@ -118,4 +118,4 @@ TEST_P(RealFromSam, SamToBamWritesHeaderAndEveryRecord) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_real_from_sam_test

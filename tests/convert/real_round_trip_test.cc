@@ -23,7 +23,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::convert_real_round_trip_test {
 namespace {
 
 // ---- Records -----------------------------------------------------------------------------------
@@ -285,4 +285,4 @@ TEST_P(LossRule, IsNeededByItsExample) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_real_round_trip_test

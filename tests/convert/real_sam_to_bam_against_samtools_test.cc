@@ -20,7 +20,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::convert_real_sam_to_bam_against_samtools_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -186,4 +186,4 @@ TEST(RealSamToBamRules, EachIsNeededByItsExample) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_real_sam_to_bam_against_samtools_test

@@ -6,7 +6,7 @@
 
 #include "support/expect_kind.h"
 
-namespace readkit {
+namespace readkit::convert_selection_test {
 namespace {
 
 using Numbers = std::vector<unsigned>;
@@ -149,4 +149,4 @@ TEST(Selection, ErrorsOfReadingAndOfTakingEndIt) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_selection_test

@@ -9,7 +9,7 @@
 #include "support/bam_builder.h"
 #include "support/expect_kind.h"
 
-namespace readkit {
+namespace readkit::convert_subset_test {
 namespace {
 
 using Set = std::set<std::string>;
@@ -105,4 +105,4 @@ TEST_F(Subset, MateOutsideTheDictionaryRaisesOnlyForARecordOfTheSet) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_subset_test

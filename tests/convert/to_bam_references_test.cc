@@ -10,7 +10,7 @@
 #include "support/expect_kind.h"
 #include "support/full_disk.h"
 
-namespace readkit {
+namespace readkit::convert_to_bam_references_test {
 namespace {
 
 using Set = std::set<std::string>;
@@ -198,4 +198,4 @@ TEST(ToBamReferencesOfBam, MateOutsideTheDictionaryRaisesReferenceIDNotFound) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::convert_to_bam_references_test

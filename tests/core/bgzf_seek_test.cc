@@ -18,7 +18,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::core_bgzf_seek_test {
 namespace {
 
 class BgzfSeek : public testing::Test {
@@ -227,4 +227,4 @@ TEST_F(BgzfSeek, EveryBlockOfARealFileIsFoundByItsOffset) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_bgzf_seek_test

@@ -15,7 +15,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::core_bgzf_test {
 namespace {
 
 class Bgzf : public testing::Test {
@@ -391,4 +391,4 @@ TEST_F(Bgzf, EveryRealFileInflatesToWhatZlibGives) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_bgzf_test

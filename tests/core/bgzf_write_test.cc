@@ -16,7 +16,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::core_bgzf_write_test {
 namespace {
 
 class BgzfWrite : public testing::Test {
@@ -390,4 +390,4 @@ TEST_F(BgzfWrite, RealDataIsAtMostOnePercentLargerThanZlibsDefaultLevel) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_bgzf_write_test

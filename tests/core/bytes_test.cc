@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace readkit {
+namespace readkit::core_bytes_test {
 namespace {
 
 TEST(Bytes, LoadAndStoreAreLittleEndianAtAnyAlignment) {
@@ -20,4 +20,4 @@ TEST(Bytes, LoadAndStoreAreLittleEndianAtAnyAlignment) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_bytes_test

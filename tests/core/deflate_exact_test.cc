@@ -8,7 +8,7 @@
 #include "support/deflate_words.h"
 #include "support/libraries.h"
 
-namespace readkit {
+namespace readkit::core_deflate_exact_test {
 namespace {
 
 TEST(DeflateExact, GivesTheBytesOfZlibsDefaultLevel) {
@@ -20,4 +20,4 @@ TEST(DeflateExact, GivesTheBytesOfZlibsDefaultLevel) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_deflate_exact_test

@@ -9,7 +9,7 @@
 #include "support/deflate_words.h"
 #include "support/libraries.h"
 
-namespace readkit {
+namespace readkit::core_deflate_libdeflate_test {
 namespace {
 
 TEST(DeflateLibdeflate, BlockThatItCannotFitGoesThroughZlib) {
@@ -45,4 +45,4 @@ TEST(DeflateLibdeflate, WhatNeitherCanFitGivesNothing) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_deflate_libdeflate_test

@@ -11,7 +11,7 @@
 #include "support/random_data.h"
 #include "support/reference_decoder.h"
 
-namespace readkit {
+namespace readkit::core_deflate_test {
 namespace {
 
 TEST(Deflate, OnlyTheExactFlavourGivesTheBytesOfZlibsDefaultLevel) {
@@ -59,4 +59,4 @@ TEST(Deflate, TooLittleRoomGivesNothing) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_deflate_test

@@ -8,7 +8,7 @@
 #include "support/deflate_words.h"
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::core_deflate_zlib_test {
 namespace {
 
 TEST(DeflateZlib, GivesTheBytesOfZlibsDefaultLevelEveryTime) {
@@ -47,4 +47,4 @@ TEST(DeflateZlib, OneByteToSpareIsRoomEnough) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_deflate_zlib_test

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace readkit {
+namespace readkit::core_digits_test {
 namespace {
 
 void expect_digits(std::string_view text, std::int64_t value, std::size_t count) {
@@ -59,4 +59,4 @@ TEST(MarkBelow, FindsTheFirstLowCharacterWhereverItStands) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_digits_test

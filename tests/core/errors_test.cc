@@ -14,7 +14,7 @@
 
 #include "support/expect_kind.h"
 
-namespace readkit {
+namespace readkit::core_errors_test {
 namespace {
 
 using Arguments = ErrorArguments;
@@ -188,4 +188,4 @@ TEST(ExpectStd, TellsTypesAndTextsApart) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_errors_test

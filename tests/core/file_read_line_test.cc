@@ -10,7 +10,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::core_file_read_line_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -181,4 +181,4 @@ TEST_F(FileLines, FileOpenForWritingHasNoLine) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_file_read_line_test

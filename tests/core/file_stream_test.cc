@@ -11,7 +11,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::core_file_stream_test {
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{1} << 18;
@@ -279,4 +279,4 @@ TEST(FileStream, FolderGivesTheBadBitWhenItIsRead) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_file_stream_test

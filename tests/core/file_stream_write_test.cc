@@ -13,7 +13,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::core_file_stream_write_test {
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{1} << 18;
@@ -258,4 +258,4 @@ TEST(FileStreamMove, AssignmentToItselfChangesNothing) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_file_stream_write_test

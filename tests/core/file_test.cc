@@ -15,7 +15,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::core_file_test {
 namespace {
 
 std::string take(File& file, std::size_t size) {
@@ -340,4 +340,4 @@ TEST(IsSameFile, FileThatDoesNotExistIsTheSameAsNone) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_file_test

@@ -15,7 +15,7 @@
 #include "support/random_data.h"
 #include "support/reference_decoder.h"
 
-namespace readkit {
+namespace readkit::core_inflate_test {
 namespace {
 
 // The outcome must be zlib's, whichever decoder did the work.
@@ -308,4 +308,4 @@ TEST(Crc32, EqualsZlibs) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_inflate_test

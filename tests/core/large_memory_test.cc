@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace readkit {
+namespace readkit::core_large_memory_test {
 namespace {
 
 TEST(LargeMemory, CanBeFilledToItsEnd) {
@@ -35,4 +35,4 @@ TEST(LargeMemory, OfMoreThanThereIsIsNotToBeHad) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_large_memory_test

@@ -6,7 +6,7 @@
 #include "support/random_data.h"
 #include "support/wide.h"
 
-namespace readkit {
+namespace readkit::core_line_copy_test {
 namespace {
 
 class CopyLine : public WideTest {
@@ -61,4 +61,4 @@ TEST_P(CopyLine, OfAnyBytesIsWhatASearchFinds) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_line_copy_test

@@ -9,7 +9,7 @@
 
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::core_memory_test {
 namespace {
 
 constexpr std::uint64_t kMebi = std::uint64_t{1} << 20;
@@ -171,4 +171,4 @@ TEST(AvailableMemoryOfThisMachine, LiesBetweenNothingAndAllOfIt) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_memory_test

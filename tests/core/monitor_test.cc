@@ -14,7 +14,7 @@
 #include "support/sort_words.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::core_monitor_test {
 namespace {
 
 constexpr std::size_t kMuch = std::size_t{3} << 20;
@@ -170,4 +170,4 @@ TEST(Monitor, ASortThatIsEndedAtAnyMomentFails) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_monitor_test

@@ -19,7 +19,7 @@
 #include "support/expect_kind.h"
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::core_number_test {
 namespace {
 
 float float_of(std::uint32_t bits) {
@@ -359,4 +359,4 @@ TEST(Number, DecimalPointDoesNotFollowTheLocale) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_number_test

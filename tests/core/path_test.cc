@@ -5,7 +5,7 @@
 #include "core/file.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::core_path_test {
 namespace {
 
 TEST(Path, KeepsItsTextAsGiven) {
@@ -48,4 +48,4 @@ TEST(Path, NameBeyondAsciiNamesItsFile) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_path_test

@@ -6,7 +6,7 @@
 
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::core_pending_output_test {
 namespace {
 
 class PendingOutputTest : public testing::Test {
@@ -64,4 +64,4 @@ TEST_F(PendingOutputTest, TellsThatAFullDiskTookNothingAndGoesOnTelling) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_pending_output_test

@@ -6,7 +6,7 @@
 
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::core_ustring_test {
 namespace {
 
 TEST(UString, Utf8BecomesUtf16AndComesBack) {
@@ -92,4 +92,4 @@ TEST(UString, NumbersBecomeDecimalText) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_ustring_test

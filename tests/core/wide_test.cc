@@ -2,7 +2,7 @@
 
 #include "support/wide.h"
 
-namespace readkit {
+namespace readkit::core_wide_test {
 namespace {
 
 TEST(WideInstructions, AreUsedWhereTheProcessorHasThem) {
@@ -17,4 +17,4 @@ TEST(WideInstructions, CanBeLeftOut) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::core_wide_test

@@ -9,7 +9,7 @@
 
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_arguments_test {
 namespace {
 
 using host::Owned;
@@ -312,4 +312,4 @@ TEST(Uint32ListArgument, ClassesThatStoreFewerBytesRaiseInvalidInputType) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_arguments_test

@@ -7,7 +7,7 @@
 #include "support/bam_builder.h"
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_check_file_test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -98,4 +98,4 @@ TEST_F(CheckGateway, NothingLeaks) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_check_file_test

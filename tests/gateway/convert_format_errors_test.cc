@@ -12,7 +12,7 @@
 #include "support/gateway_calls.h"
 #include "support/hostile_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_convert_format_errors_test {
 namespace {
 
 constexpr char kMustBeText[] = "Tessel:string:MustBeStringScalarOrCharacterVector";
@@ -223,4 +223,4 @@ TEST_F(ConvertErrors, SamToBamReadsBothNamesBeforeAFileIsOpened) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_convert_format_errors_test

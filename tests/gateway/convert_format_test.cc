@@ -13,7 +13,7 @@
 #include "support/gateway_calls.h"
 #include "support/hostile_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_convert_format_test {
 namespace {
 
 using Numbers = std::vector<std::uint32_t>;
@@ -245,4 +245,4 @@ TEST_F(ConvertReferences, DictionaryThatIsNoListOfTextsRaisesTheErrorsOfText) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_convert_format_test

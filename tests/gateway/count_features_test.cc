@@ -9,7 +9,7 @@
 #include "support/bam_builder.h"
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_count_features_test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -341,4 +341,4 @@ TEST_F(FeatureCounts, NoNhIsNoErrorInOtherModes) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_count_features_test

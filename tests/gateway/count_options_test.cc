@@ -8,7 +8,7 @@
 #include "support/bam_builder.h"
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_count_options_test {
 namespace {
 
 // An option by its place among the inputs.
@@ -135,4 +135,4 @@ TEST(CountOptionsFile, ErrorsOfTheFilePassOn) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_count_options_test

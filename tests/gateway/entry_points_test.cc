@@ -8,7 +8,7 @@
 #include "host/registry.h"
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_entry_points_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -129,4 +129,4 @@ TEST(EntryPoints, LibraryLoadsTwiceAtATime) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_entry_points_test

@@ -9,7 +9,7 @@
 #include "support/gateway_calls.h"
 #include "support/memory.h"
 
-namespace readkit {
+namespace readkit::gateway_file_info_test {
 namespace {
 
 using Places = std::vector<std::pair<int, int>>;
@@ -123,4 +123,4 @@ TEST_F(FileInfo, ManyRecordsAreCountedOneByOne) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_file_info_test

@@ -14,7 +14,7 @@
 #include "support/index_model.h"
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::gateway_get_features_selection_test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -302,4 +302,4 @@ TEST_F(GetFeaturesSpan, RandomChoicesPickTheRecordsOfTheirOrdinals) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_get_features_selection_test

@@ -14,7 +14,7 @@
 #include "support/gateway_calls.h"
 #include "support/index_model.h"
 
-namespace readkit {
+namespace readkit::gateway_get_features_test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -346,4 +346,4 @@ TEST_F(GetFeatures, ErrorDuringTheQueryLeavesNoOutputBehind) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_get_features_test

@@ -14,7 +14,7 @@
 #include "support/memory.h"
 #include "support/reference_decoder.h"
 
-namespace readkit {
+namespace readkit::gateway_hostile_test {
 namespace {
 
 using Outcomes = std::vector<std::string>;
@@ -244,4 +244,4 @@ TEST_F(HostileBai, EveryChangedByteGivesADocumentedOutcome) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_hostile_test

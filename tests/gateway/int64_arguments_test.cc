@@ -9,7 +9,7 @@
 #include "gateway/arguments.h"
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_int64_arguments_test {
 namespace {
 
 using host::Owned;
@@ -127,4 +127,4 @@ TEST(Int64ListArgument, ArraysThatAreNoNumbersRaiseInvalidInputType) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_int64_arguments_test

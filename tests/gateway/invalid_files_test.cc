@@ -9,7 +9,7 @@
 #include "support/hostile_calls.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::gateway_invalid_files_test {
 namespace {
 
 // ---- Real damaged files ------------------------------------------------------------------------
@@ -88,4 +88,4 @@ TEST(InvalidFiles, NoneOfThemIsAnIndex) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_invalid_files_test

@@ -18,7 +18,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::gateway_real_complete_index_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -160,4 +160,4 @@ TEST_P(RealCompleteIndex, SamtoolsReadsItAsItsOwn) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_real_complete_index_test

@@ -13,7 +13,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::gateway_real_data_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -160,4 +160,4 @@ TEST_P(RealBam, LinesAreThoseOfSamtoolsButForTheRules) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_real_data_test

@@ -17,7 +17,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::gateway_real_index_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -334,4 +334,4 @@ TEST(RealIndexes, EveryIndexOfAnotherWriterLoadsWithAllItHolds) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_real_index_test

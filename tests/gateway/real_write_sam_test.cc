@@ -13,7 +13,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::gateway_real_write_sam_test {
 namespace {
 
 // 0-based, half-open.
@@ -140,4 +140,4 @@ TEST(RealWriteSamFiles, SomeHaveUnalignedRecordsAndSomeRegionsContainRecords) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_real_write_sam_test

@@ -10,7 +10,7 @@
 #include "support/bgzf_builder.h"
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_reference_queries_test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -289,4 +289,4 @@ TEST_F(ReferenceQueries, HeaderOverManyBlocksIsReadWhole) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_reference_queries_test

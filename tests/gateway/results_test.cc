@@ -9,7 +9,7 @@
 
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_results_test {
 namespace {
 
 TEST(Results, ColumnOfZerosHasTheClassOfItsElements) {
@@ -89,4 +89,4 @@ TEST(Results, OutputSlotTakesTheArray) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_results_test

@@ -9,7 +9,7 @@
 #include "support/gateway_calls.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::gateway_sam_info_test {
 namespace {
 
 using Counts = std::vector<double>;
@@ -133,4 +133,4 @@ TEST_F(SamInfoGateway, FileIsLeftAsItWas) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_sam_info_test

@@ -10,7 +10,7 @@
 #include "support/index_model.h"
 #include "support/memory.h"
 
-namespace readkit {
+namespace readkit::gateway_sort_and_index_test {
 namespace {
 
 RecordBuilder read_at(int ref, int pos) {
@@ -205,4 +205,4 @@ TEST_P(IndexGateways, IndexThatWasBuiltAnswersQueries) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_sort_and_index_test

@@ -13,7 +13,7 @@
 #include "support/hostile_calls.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::gateway_sort_gateways_test {
 namespace {
 
 // One of the three: its name, the name that its argument errors carry, and the files it works on.
@@ -253,4 +253,4 @@ TEST(SortGatewayResults, ShuffleIsExportedButNotRegistered) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_sort_gateways_test

@@ -10,7 +10,7 @@
 #include "support/gateway_calls.h"
 #include "support/index_model.h"
 
-namespace readkit {
+namespace readkit::gateway_starts_in_reference_test {
 namespace {
 
 using List = std::vector<std::uint32_t>;
@@ -198,4 +198,4 @@ TEST_F(StartsInReference, StartsLessOneAreTheStartsThatGetFeaturesTakes) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_starts_in_reference_test

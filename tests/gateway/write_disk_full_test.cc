@@ -13,7 +13,7 @@
 #include "support/gateway_calls.h"
 #include "support/hostile_calls.h"
 
-namespace readkit {
+namespace readkit::gateway_write_disk_full_test {
 namespace {
 
 // Calls a gateway; a failed write is raised again as the library's own error.
@@ -138,4 +138,4 @@ TEST_F(WriteDiskFull, EveryConversionRaisesFileWriteWithTheOutput) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_write_disk_full_test

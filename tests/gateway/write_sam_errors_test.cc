@@ -12,7 +12,7 @@
 #include "support/index_model.h"
 #include "support/write_sam_words.h"
 
-namespace readkit {
+namespace readkit::gateway_write_sam_errors_test {
 namespace {
 
 constexpr char kMustBeText[] = "Tessel:string:MustBeStringScalarOrCharacterVector";
@@ -146,4 +146,4 @@ TEST_F(WriteSamErrors, ErrorOfReadingPassesThroughAndFilesAreClosed) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_write_sam_errors_test

@@ -13,7 +13,7 @@
 #include "support/index_model.h"
 #include "support/write_sam_words.h"
 
-namespace readkit {
+namespace readkit::gateway_write_sam_test {
 namespace {
 
 class WriteSam : public WriteSamTest {};
@@ -198,4 +198,4 @@ TEST_F(WriteSam, UnalignedNeedsNoIndexAndMakesAFileEvenForNoRecord) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_write_sam_test

@@ -10,7 +10,7 @@
 
 #include "support/expect_kind.h"
 
-namespace readkit {
+namespace readkit::header_bam_header_test {
 namespace {
 
 BamHeader three_references() {
@@ -154,4 +154,4 @@ TEST(BamHeader, MoveTakesTextAndReferences) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::header_bam_header_test

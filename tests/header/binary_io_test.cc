@@ -16,7 +16,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::header_binary_io_test {
 namespace {
 
 class BinaryHeader : public testing::Test {
@@ -249,4 +249,4 @@ TEST_F(BinaryHeader, EveryRealHeaderIsReadAndWrittenByteForByte) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::header_binary_io_test

@@ -8,7 +8,7 @@
 #include "header/bam_header.h"
 #include "support/expect_kind.h"
 
-namespace readkit {
+namespace readkit::header_region_test {
 namespace {
 
 const BamHeader& header() {
@@ -113,4 +113,4 @@ TEST(Region, NumbersBeyondIntRaiseTheStandardConversionsError) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::header_region_test

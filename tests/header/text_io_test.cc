@@ -12,7 +12,7 @@
 #include "support/random_data.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::header_text_io_test {
 namespace {
 
 // ---- One "@SQ" line ---------------------------------------------------------------------------
@@ -230,4 +230,4 @@ TEST(TextHeader, BadStreamGivesFalse) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::header_text_io_test

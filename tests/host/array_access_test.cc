@@ -7,7 +7,7 @@
 #include "host/array.h"
 #include "tests/host/host_test_support.h"
 
-namespace readkit::host {
+namespace readkit::host::host_array_access_test {
 namespace {
 
 constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
@@ -139,4 +139,4 @@ TEST_F(ArrayAccessMisuse, ScalarsComeFromNumbersAndTruthValuesOnly) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_array_access_test

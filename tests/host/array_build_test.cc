@@ -7,7 +7,7 @@
 #include "host/array.h"
 #include "tests/host/host_test_support.h"
 
-namespace readkit::host {
+namespace readkit::host::host_array_build_test {
 namespace {
 
 class ArrayBuild : public NothingLeaks {};
@@ -74,4 +74,4 @@ TEST_F(ArrayBuildMisuse, ValuesMustBeAsManyAsTheDimensionsSay) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_array_build_test

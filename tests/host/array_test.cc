@@ -8,7 +8,7 @@
 
 #include "tests/host/host_test_support.h"
 
-namespace readkit::host {
+namespace readkit::host::host_array_test {
 namespace {
 
 constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
@@ -116,4 +116,4 @@ TEST_F(ArrayMisuse, ErrorsSayWhatIsWrong) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_array_test

@@ -6,7 +6,7 @@
 #include "host/array.h"
 #include "tests/host/host_test_support.h"
 
-namespace readkit::host {
+namespace readkit::host::host_array_text_test {
 namespace {
 
 class ArrayText : public NothingLeaks {};
@@ -139,4 +139,4 @@ TEST_F(ArrayText, TextOperationsRefuseOtherArrays) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_array_text_test

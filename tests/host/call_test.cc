@@ -8,7 +8,7 @@
 #include "support/libraries.h"
 #include "tests/host/host_test_support.h"
 
-namespace readkit::host {
+namespace readkit::host::host_call_test {
 namespace {
 
 /// Calls functions of the fake library.
@@ -225,4 +225,4 @@ TEST_F(Call, ErrorsOutliveTheLibrary) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_call_test

@@ -15,7 +15,7 @@
 #include "gateway/tx_array.h"
 #include "host/error.h"
 
-namespace readkit::host {
+namespace readkit::host::host_catalog_test {
 namespace {
 
 // Identifier and number of arguments of every kind that core/errors.h declares, found by reading
@@ -191,4 +191,4 @@ TEST(Catalog, ErrorsRaisedByTextCarryIdentifierAndText) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_catalog_test

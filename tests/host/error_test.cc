@@ -11,7 +11,7 @@
 #include "gateway/tx_array.h"
 #include "host/catalog.h"
 
-namespace readkit::host {
+namespace readkit::host::host_error_test {
 namespace {
 
 // What callers of the host see of an exception.
@@ -77,4 +77,4 @@ TEST(HostError, TheHostsErrorCallRaisesIdentifierAndText) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_error_test

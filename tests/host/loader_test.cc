@@ -12,7 +12,7 @@
 #include "support/libraries.h"
 #include "tests/host/host_test_support.h"
 
-namespace readkit::host {
+namespace readkit::host::host_loader_test {
 namespace {
 
 /// Tells the fake library, while it lives, how to behave on loading.
@@ -170,4 +170,4 @@ TEST_F(Loader, AnErrorOfTheEntryPointArrivesAsHostError) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_loader_test

@@ -10,7 +10,7 @@
 #include "support/hostile_calls.h"
 #include "support/libraries.h"
 
-namespace readkit::host {
+namespace readkit::host::host_monitor_test {
 namespace {
 
 struct WatchedCall {
@@ -113,4 +113,4 @@ TEST_F(CallWatched, ALibraryThatShowsNoTransfersIsCalledAllTheSame) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_monitor_test

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace readkit::host {
+namespace readkit::host::host_registry_test {
 namespace {
 
 void first_gateway(int, txArray**, int, const txArray**) {}
@@ -160,4 +160,4 @@ TEST(Registry, OutsideOfALoadThereIsARegistryWithTheNamespaces) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_registry_test

@@ -6,6 +6,7 @@ import tempfile
 import unittest
 
 from check_layers import check
+from check_namespaces import strangers
 from list_missing_tests import missing_tests
 
 
@@ -138,6 +139,22 @@ class MissingTestsTest(unittest.TestCase):
     def test_empty_tree(self):
         with Tree({}) as root:
             self.assertEqual(len(missing_tests(root)), 1)
+
+
+class NamespacesTest(unittest.TestCase):
+    def test_names_what_is_elsewhere(self):
+        with Tree({"tests/core/bgzf_test.cc": "namespace readkit::core_bgzf_test {\nnamespace {\n",
+                   "tests/core/file_test.cc": "namespace readkit {\nnamespace {\n",
+                   "tests/bam/bam_test.cc": "// namespace readkit::bam_bam_test {\nnamespace {\n",
+                   "tests/host/call_test.cc":
+                   "namespace readkit::host::host_call_test {\nnamespace {\n"}) as root:
+            self.assertEqual(strangers(root),
+                             ["tests/bam/bam_test.cc: has no namespace readkit::bam_bam_test",
+                              "tests/core/file_test.cc: has no namespace readkit::core_file_test"])
+
+    def test_empty_tree(self):
+        with Tree({}) as root:
+            self.assertEqual(len(strangers(root)), 1)
 
 
 if __name__ == "__main__":

@@ -25,7 +25,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::quality_against_samtools_test {
 namespace {
 
 constexpr int kSecondary = 0x100;
@@ -165,4 +165,4 @@ TEST(SamtoolsStatsFiles, ALargeOneIsComparedInFull) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_against_samtools_test

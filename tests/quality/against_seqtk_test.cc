@@ -31,7 +31,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::quality_against_seqtk_test {
 namespace {
 
 // Of the longest reads, the first positions: seqtk's lines are long.
@@ -191,4 +191,4 @@ TEST(SeqtkCounts, OfABuiltFileAreThoseOfTheLibrary) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_against_seqtk_test

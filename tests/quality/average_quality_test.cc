@@ -10,7 +10,7 @@
 #include "support/distribution_words.h"
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::quality_average_quality_test {
 namespace {
 
 constexpr double kLowest = std::numeric_limits<double>::lowest();
@@ -109,4 +109,4 @@ TEST_F(GetAverageQuality, EveryLengthGivesTheMeanOfAPlainSum) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_average_quality_test

@@ -13,7 +13,7 @@
 #include "support/distribution_words.h"
 #include "support/expect_kind.h"
 
-namespace readkit {
+namespace readkit::quality_distribution_limits_test {
 namespace {
 
 constexpr std::int64_t kMostEntries = std::int64_t{1} << 31;
@@ -173,4 +173,4 @@ TEST_F(DistributionLimits, OnlyQualityMayBeTheIgnoredOne) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_distribution_limits_test

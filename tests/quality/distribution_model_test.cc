@@ -12,7 +12,7 @@
 #include "support/distribution_words.h"
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::quality_distribution_model_test {
 namespace {
 
 // What a scan counts, one position after the other.
@@ -152,4 +152,4 @@ TEST_F(DistributionModel, RandomScansCountAsTheSlowComputation) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_distribution_model_test

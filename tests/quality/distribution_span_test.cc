@@ -9,7 +9,7 @@
 #include "quality/distribution.h"
 #include "support/distribution_words.h"
 
-namespace readkit {
+namespace readkit::quality_distribution_span_test {
 namespace {
 
 using Lengths = std::map<int, std::int64_t>;
@@ -237,4 +237,4 @@ TEST_F(DistributionSpan, LeastLengthOfZeroStillSkipsEmptySpans) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_distribution_span_test

@@ -10,7 +10,7 @@
 
 #include "support/distribution_words.h"
 
-namespace readkit {
+namespace readkit::quality_distribution_test {
 namespace {
 
 using Lengths = std::map<int, std::int64_t>;
@@ -285,4 +285,4 @@ TEST_F(UpdateDistribution, IgnoredQualityBeyondAllBytesIgnoresNothing) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_distribution_test

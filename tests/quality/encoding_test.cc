@@ -10,7 +10,7 @@
 #include "support/expect_kind.h"
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::quality_encoding_test {
 namespace {
 
 constexpr long long kLeast = std::numeric_limits<long long>::min();
@@ -248,4 +248,4 @@ TEST(Encoding, WithoutSettingsAllRecordsAreScannedWhole) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_encoding_test

@@ -10,7 +10,7 @@
 #include "support/gateway_calls.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::quality_fastq_lines_test {
 namespace {
 
 using Ints = std::vector<int>;
@@ -279,4 +279,4 @@ TEST_F(FastqRecords, LongHeadersAndSeparatorsTakeNothingOfTheLines) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_fastq_lines_test

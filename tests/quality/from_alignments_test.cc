@@ -15,7 +15,7 @@
 #include "support/sam_line.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::quality_from_alignments_test {
 namespace {
 
 // A read on "chr1" unless it has no reference; "*" where letters or qualities are missing.
@@ -356,4 +356,4 @@ TEST(ScanOfSam, FolderRaisesSamRead) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_from_alignments_test

@@ -13,7 +13,7 @@
 #include "support/quality_scans.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::quality_from_fastq_test {
 namespace {
 
 std::string record(const std::string& bases, const std::string& qualities) {
@@ -223,4 +223,4 @@ TEST_F(FromFastq, FileIsClosedHoweverTheScanEnds) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_from_fastq_test

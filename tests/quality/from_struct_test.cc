@@ -10,7 +10,7 @@
 #include "support/gateway_calls.h"
 #include "support/quality_scans.h"
 
-namespace readkit {
+namespace readkit::quality_from_struct_test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -256,4 +256,4 @@ TEST_F(FromStruct, EmptySequencesHaveANumberThatIsNeverReached) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_from_struct_test

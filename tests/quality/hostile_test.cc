@@ -14,7 +14,7 @@
 #include "support/quality_scan_calls.h"
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::quality_hostile_test {
 namespace {
 
 using Outcomes = std::set<std::string>;
@@ -272,4 +272,4 @@ TEST_F(HostileBamScan, EveryPrefixOfTheContentEndsThere) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_hostile_test

@@ -8,7 +8,7 @@
 #include "quality/distribution.h"
 #include "support/gateway_calls.h"
 
-namespace readkit {
+namespace readkit::quality_matrix_test {
 namespace {
 
 class HostMatrixTest : public testing::Test {
@@ -94,4 +94,4 @@ TEST_F(HostMatrixTest, BlockIsTheHosts) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_matrix_test

@@ -14,7 +14,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::quality_real_alignments_test {
 namespace {
 
 // Larger files are scanned with few settings.
@@ -81,4 +81,4 @@ TEST(ScannedAlignments, SomeHaveReadsWithoutAReferenceAndSomeReadsWithoutQualiti
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_real_alignments_test

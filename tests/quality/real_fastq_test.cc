@@ -13,7 +13,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::quality_real_fastq_test {
 namespace {
 
 constexpr std::size_t kLargeFile = std::size_t{1} << 20;
@@ -78,4 +78,4 @@ TEST(RealFastqs, SomeAreCountedAndSomeAreRefused) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_real_fastq_test

@@ -11,7 +11,7 @@
 
 #include "support/quality_scan_calls.h"
 
-namespace readkit {
+namespace readkit::quality_scan_arguments_test {
 namespace {
 
 constexpr char kWrongType[] = "seqlab:readkit:InvalidInputType";
@@ -335,4 +335,4 @@ TEST_F(ScanArguments, SpanOutside32BitsRaisesInvalidData) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_scan_arguments_test

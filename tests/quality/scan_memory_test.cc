@@ -10,7 +10,7 @@
 #include "support/resident_memory.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::quality_scan_memory_test {
 namespace {
 
 constexpr std::size_t kMegabyte = std::size_t{1} << 20;
@@ -83,4 +83,4 @@ TEST_F(ScanMemory, ManyReadsTakeNoMoreThanFew) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_scan_memory_test

@@ -11,7 +11,7 @@
 
 #include "support/quality_scan_calls.h"
 
-namespace readkit {
+namespace readkit::quality_scan_qualities_test {
 namespace {
 
 TEST_F(SmallScans, SixOutputsOfASmallFile) {
@@ -240,4 +240,4 @@ TEST(ScanResults, MapBecomesTwoColumns) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_scan_qualities_test

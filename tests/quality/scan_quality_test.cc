@@ -9,7 +9,7 @@
 #include "quality/distribution.h"
 #include "support/distribution_words.h"
 
-namespace readkit {
+namespace readkit::quality_scan_quality_test {
 namespace {
 
 class ScanQuality : public DistributionTest {
@@ -173,4 +173,4 @@ TEST_F(ScanQuality, PositionsOfLongReadsAllCount) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_scan_quality_test

@@ -9,7 +9,7 @@
 #include "quality/distribution.h"
 #include "support/distribution_words.h"
 
-namespace readkit {
+namespace readkit::quality_scan_sequence_test {
 namespace {
 
 class ScanSequence : public DistributionTest {
@@ -165,4 +165,4 @@ TEST_F(ScanSequence, PositionsOfLongReadsAllCount) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_scan_sequence_test

@@ -13,7 +13,7 @@
 #include "support/distribution_words.h"
 #include "support/random_data.h"
 
-namespace readkit {
+namespace readkit::quality_settle_test {
 namespace {
 
 class Settle : public DistributionTest {
@@ -166,4 +166,4 @@ TEST_F(Settle, RowOfTheIgnoredQualityStaysZero) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_settle_test

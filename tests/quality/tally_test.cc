@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace readkit {
+namespace readkit::quality_tally_test {
 namespace {
 
 using Matrix = std::vector<double>;
@@ -183,4 +183,4 @@ TEST(QualityTally, LastPositionCounts) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::quality_tally_test

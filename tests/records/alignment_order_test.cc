@@ -8,7 +8,7 @@
 #include "records/alignment.h"
 #include "support/record_builder.h"
 
-namespace readkit {
+namespace readkit::records_alignment_order_test {
 namespace {
 
 TEST(AlignmentOrder, IsByReferenceThenPositionWithUnplacedRecordsLast) {
@@ -78,4 +78,4 @@ TEST(AlignmentOrder, IsAStrictWeakOrder) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_alignment_order_test

@@ -20,7 +20,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::records_alignment_storage_test {
 namespace {
 
 std::string block_of(const Alignment& record) {
@@ -278,4 +278,4 @@ TEST_F(AlignmentStorage, EveryRealRecordIsReadAndWrittenByteForByte) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_alignment_storage_test

@@ -16,7 +16,7 @@
 #include "support/record_builder.h"
 #include "support/reference_decoder.h"
 
-namespace readkit {
+namespace readkit::records_alignment_test {
 namespace {
 
 Alignment simple() {
@@ -366,4 +366,4 @@ TEST(Alignment, RenumberingUnplacedRecordsNeedsMinusOneInTheMap) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_alignment_test

@@ -7,7 +7,7 @@
 #include "support/random_data.h"
 #include "support/wide.h"
 
-namespace readkit {
+namespace readkit::records_bases_test {
 namespace {
 
 // Memory of just the size that is needed, so that tools that watch it see a step beyond.
@@ -93,4 +93,4 @@ TEST_P(Bases, OtherCharactersAreRefusedWhereverTheyStand) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_bases_test

@@ -10,7 +10,7 @@
 #include "support/random_data.h"
 #include "support/reference_decoder.h"
 
-namespace readkit {
+namespace readkit::records_bins_test {
 namespace {
 
 constexpr int kMost = 1 << 29;
@@ -153,4 +153,4 @@ TEST(Reg2Bins, HoldTheBinOfEveryOverlappingInterval) {
 TEST(Reg2Bins, CalledAgainGiveTheSame) { EXPECT_EQ(reg2bins(5, 5000000), reg2bins(5, 5000000)); }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_bins_test

@@ -11,7 +11,7 @@
 #include "core/bytes.h"
 #include "records/alignment.h"
 
-namespace readkit {
+namespace readkit::records_field_text_test {
 namespace {
 
 std::string cigar_text(const std::vector<std::uint32_t>& ops) {
@@ -60,4 +60,4 @@ TEST(FieldText, OnlyQualitiesThatAreAllFFCountAsMissing) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_field_text_test

@@ -9,7 +9,7 @@
 #include "support/random_data.h"
 #include "support/record_builder.h"
 
-namespace readkit {
+namespace readkit::records_nh_tag_test {
 namespace {
 
 int nh_of(const std::string& fields) {
@@ -123,4 +123,4 @@ TEST(NhTag, RandomBytesAreWalkedWithinTheBlock) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_nh_tag_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace readkit {
+namespace readkit::records_reference_map_test {
 namespace {
 
 TEST(ReferenceMap, GivesTheIndexOfANameHoweverOftenItIsAsked) {
@@ -62,4 +62,4 @@ TEST(ReferenceMap, EqualsOneOfTheSameContentWhateverWasAsked) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_reference_map_test

@@ -16,7 +16,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::records_sam_format_test {
 namespace {
 
 const BamHeader& header() {
@@ -244,4 +244,4 @@ TEST(SamFormat, EveryRealRecordPrintsAsTheReferenceDecoderReadsIt) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_sam_format_test

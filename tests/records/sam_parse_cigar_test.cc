@@ -11,7 +11,7 @@
 #include "support/reference_decoder.h"
 #include "support/sam_line.h"
 
-namespace readkit {
+namespace readkit::records_sam_parse_cigar_test {
 namespace {
 
 using Line = SamLine;
@@ -118,4 +118,4 @@ TEST(SamParseCigar, TheBinOfNoPositionIsThatOfTheIntervalFromMinusOne) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_sam_parse_cigar_test

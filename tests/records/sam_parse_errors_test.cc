@@ -13,7 +13,7 @@
 #include "support/random_data.h"
 #include "support/sam_line.h"
 
-namespace readkit {
+namespace readkit::records_sam_parse_errors_test {
 namespace {
 
 using Line = SamLine;
@@ -180,4 +180,4 @@ TEST(SamParseErrors, RandomChangesOfALineGiveARecordOrADocumentedError) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_sam_parse_errors_test

@@ -14,7 +14,7 @@
 #include "support/reference_decoder.h"
 #include "support/sam_line.h"
 
-namespace readkit {
+namespace readkit::records_sam_parse_round_trip_test {
 namespace {
 
 using Line = SamLine;
@@ -184,4 +184,4 @@ TEST(SamParseRoundTrip, ARecordReusesItsMemoryAndGivesTheSame) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_sam_parse_round_trip_test

@@ -9,7 +9,7 @@
 #include "records/reference_map.h"
 #include "support/sam_line.h"
 
-namespace readkit {
+namespace readkit::records_sam_parse_test {
 namespace {
 
 ReferenceMap references() { return {{"chr1", 0}, {"chr2", 1}}; }
@@ -352,4 +352,4 @@ TEST(SamParse, StrtofIdxReadsFromAnIndexAndTellsWhereItStopped) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_sam_parse_test

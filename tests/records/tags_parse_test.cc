@@ -18,7 +18,7 @@
 #include "support/random_data.h"
 #include "support/record_builder.h"
 
-namespace readkit {
+namespace readkit::records_tags_parse_test {
 namespace {
 
 // The fields of a line that begins with them, or with `before`.
@@ -338,4 +338,4 @@ TEST(Resize, KeepsTheUsedBytes) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_tags_parse_test

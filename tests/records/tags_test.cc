@@ -16,7 +16,7 @@
 #include "support/random_data.h"
 #include "support/record_builder.h"
 
-namespace readkit {
+namespace readkit::records_tags_test {
 namespace {
 
 // Bytes in memory of exactly their own size, so that looking past them is seen.
@@ -376,4 +376,4 @@ TEST(WriteTags, RandomBytesGiveTextOrADocumentedError) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::records_tags_test

@@ -14,7 +14,7 @@
 #include "support/hostile_calls.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::sam_hostile_test {
 namespace {
 
 const std::string kHeader =
@@ -182,4 +182,4 @@ TEST_F(HostileSam, FilesAreClosedHoweverReadingEnds) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_hostile_test

@@ -14,7 +14,7 @@
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::sam_info_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -316,4 +316,4 @@ TEST_F(SamInfo, FolderRaisesSamRead) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_info_test

@@ -17,7 +17,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::sam_real_sam_against_samtools_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -369,4 +369,4 @@ TEST(SamtoolsRules, EachIsNeededByItsExample) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_real_sam_against_samtools_test

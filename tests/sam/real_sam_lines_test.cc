@@ -21,7 +21,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::sam_real_sam_lines_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -299,4 +299,4 @@ TEST_P(RealSamRule, IsNeededByItsExample) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_real_sam_lines_test

@@ -11,7 +11,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::sam_real_sam_suites_test {
 namespace {
 
 // The first record line that is refused, 0-based, and its error.
@@ -88,4 +88,4 @@ TEST_P(SamSuite, FilesAreRefusedAsTheTableTells) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_real_sam_suites_test

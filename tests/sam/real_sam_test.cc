@@ -13,7 +13,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::sam_real_sam_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -87,4 +87,4 @@ TEST_P(RealSam, SamInfoGivesWhatTheModelTells) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_real_sam_test

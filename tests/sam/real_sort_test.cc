@@ -21,7 +21,7 @@
 #include "support/temp_dir.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::sam_real_sort_test {
 namespace {
 
 std::int32_t int32_at(const std::string& record, std::size_t offset) {
@@ -177,4 +177,4 @@ TEST_P(RealSamSort, PlacesAreThoseOfSamtools) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_real_sort_test

@@ -14,7 +14,7 @@
 #include "support/sam_line.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::sam_sam_stream_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -198,4 +198,4 @@ TEST(SamPipe, CannotBePositionedAndRaisesSamRead) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_sam_stream_test

@@ -12,7 +12,7 @@
 #include "support/sam_line.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::sam_sam_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -286,4 +286,4 @@ TEST_F(SamErrors, FolderRaisesSamReadWhenARecordIsRead) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_sam_test

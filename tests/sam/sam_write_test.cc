@@ -14,7 +14,7 @@
 #include "support/sam_line.h"
 #include "support/temp_dir.h"
 
-namespace readkit {
+namespace readkit::sam_sam_write_test {
 namespace {
 
 const std::string kText = "@HD\tVN:1.6\n@SQ\tSN:chr1\tLN:1000\n";
@@ -230,4 +230,4 @@ TEST_F(SamWriteToFullDevice, LongRecordFailsAtOnce) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_sam_write_test

@@ -10,7 +10,7 @@
 #include "support/hostile_calls.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::sam_sort_disk_full_test {
 namespace {
 
 // A file "a.sam" of three small reads and of many with long texts, which make up a second run
@@ -76,4 +76,4 @@ TEST_F(SamDiskFull, HeaderAloneOnAFullDeviceRaisesFileWrite) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_sort_disk_full_test

@@ -14,7 +14,7 @@
 #include "support/hostile_calls.h"
 #include "support/sort_words.h"
 
-namespace readkit {
+namespace readkit::sam_sort_test {
 namespace {
 
 // SAM text has no form of a record without a base that can be read back.
@@ -218,4 +218,4 @@ TEST_F(SamSort, TemporaryThatIsTheInputIsRefusedAndTheInputStays) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::sam_sort_test
