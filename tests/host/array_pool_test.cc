@@ -11,7 +11,7 @@
 #include "support/resident_memory.h"
 #include "tests/host/host_test_support.h"
 
-namespace readkit::host {
+namespace readkit::host::host_array_pool_test {
 namespace {
 
 constexpr std::size_t kMany = 50000;  // fill more than one piece of the pool
@@ -90,4 +90,4 @@ TEST_F(ArrayPool, OneArrayAfterTheOtherUsesTheSameMemory) {
 }
 
 }  // namespace
-}  // namespace readkit::host
+}  // namespace readkit::host::host_array_pool_test
