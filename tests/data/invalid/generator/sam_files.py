@@ -188,6 +188,9 @@ def make():
     tag('integer_2_32', 'XX:i:4294967296', 'a field of type i is 2^32')
     tag('float_missing', 'XX:f:', 'a field of type f has no value')
     tag('float_letter', 'XX:f:x', 'a field of type f is a letter')
+    tag('float_infinite', 'XX:f:inf', 'a field of type f is infinite')
+    tag('float_point_at_its_end', 'XX:f:10.', 'a field of type f ends with its point')
+    tag('float_hexadecimal', 'XX:f:0x1', 'a field of type f is hexadecimal')
     tag('text_control', 'XX:Z:a\x07', 'a text has a control character')
     tag('text_beyond_ascii', 'XX:Z:a\xe9', 'a text has a byte beyond ASCII')
     # One pair is kept, a digit alone is one.
