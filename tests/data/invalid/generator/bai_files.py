@@ -135,10 +135,14 @@ def make(sound):
     first('chunk_behind_the_file', 'the chunk lies behind the end of the file',
           chr1(chunk_bin(BIN, (1 << 40, 1 << 41))), 'IndexRecord', every=NOT_BAM)
     first('chunk_at_no_block', 'the chunk begins one byte behind the begin of a block',
-          chr1(chunk_bin(BIN, (BEGIN_A + (1 << 16), BEGIN_C))), 'IndexRecord', every=NOT_BAM)
+          chr1(chunk_bin(BIN, (BEGIN_A + (1 << 16), BEGIN_C))), 'IndexRecord IndexChunk',
+          every=NOT_BAM)
+    # The two are merged, and nothing is entered at the begin of the second one.
+    first('second_chunk_inside_a_record', 'a second chunk begins inside a record',
+          chr1(chunk_bin(BIN, (BEGIN_A, BEGIN_B), (BEGIN_B - 5, BEGIN_C))), 'IndexChunk')
     # The length of a record is read from other bytes and is beyond the file, which seems to end.
     first('chunk_inside_a_record', 'the chunk begins inside a record',
-          chr1(chunk_bin(BIN, (BEGIN_A + 5, BEGIN_C))), 'IndexRecord', **none)
+          chr1(chunk_bin(BIN, (BEGIN_A + 5, BEGIN_C))), 'IndexRecord IndexChunk', **none)
     first('chunk_behind_the_data_of_a_block', 'the chunk begins behind the data of its block',
           chr1(chunk_bin(BIN, (BEGIN_A + 0xFFFF, BEGIN_C))), 'IndexRecord', **none)
 
