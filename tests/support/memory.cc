@@ -1,11 +1,14 @@
 #include "support/memory.h"
 
+#include <algorithm>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "support/resident_memory.h"
 
 namespace readkit {
 
@@ -22,8 +25,10 @@ std::size_t memory_growth_alone(const std::function<void()>& step) {
   if (pipe(ends) != 0) throw std::runtime_error("there is no pipe");
   const pid_t child = fork();
   if (child == 0) {
-    // The peak of a new process is what its parent had at last.
-    const std::size_t growth = memory_growth(step);
+    // What lies free in the parent and is used again is no more address space, but memory in use.
+    std::size_t in_use = 0;
+    const std::size_t asked_for = memory_growth([&] { in_use = resident_growth([&] { step(); }); });
+    const std::size_t growth = std::max(asked_for, in_use);
     const bool told = write(ends[1], &growth, sizeof growth) == sizeof growth;
     _exit(told ? 0 : 1);
   }

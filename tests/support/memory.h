@@ -17,8 +17,9 @@ std::size_t memory_growth(const Step& step) {
   return peak_memory() - before;
 }
 
-/// The same in a process of its own, so that no step before hides what this one takes. What `step`
-/// expects is not heard of; an exception ends the test.
+/// The same in a process of its own, so that no step before hides what this one takes; memory that
+/// it comes to use counts, too, whichever is more. What `step` expects is not heard of; an
+/// exception ends the test.
 std::size_t memory_growth_alone(const std::function<void()>& step);
 
 /// What no step of a test here needs.
