@@ -196,6 +196,8 @@ def add_lengths(kind):
             ('cigar_count_1000', 'n_cigar_op is 1000', 'n_cigar', 1000),
             ('cigar_count_65535', 'n_cigar_op is 65535', 'n_cigar', 65535),
             ('sequence_length_negative', 'l_seq is -1', 'l_seq', -1),
+            # The sequence fits, and the last quality does not.
+            ('sequence_length_7', 'l_seq is 7, one byte too many for the qualities', 'l_seq', 7),
             ('sequence_length_200', 'l_seq is 200', 'l_seq', 200),
             ('sequence_length_huge', 'l_seq is 2^31 - 1', 'l_seq', 0x7FFFFFFF)):
         kind.add(name, broken, with_b(**{field: value}), records=NOT_BAM, kxCheck='RecordLayout')
