@@ -86,12 +86,24 @@ void check_names(const BamHeader& header, std::uint64_t offset, Findings& findin
     } else if (!names.insert(name).second) {
       findings.add(FindingKind::kReferenceName, offset, 0, "reference ", index, " has the name ",
                    excerpt(name), " of one before it");
+    } else if (!is_reference_name(name)) {
+      findings.add(FindingKind::kReferenceName, offset, 0, "the name of reference ", index,
+                   " has characters that no name may have: ", excerpt(name));
     }
     ++index;
   }
 }
 
 }  // namespace
+
+bool is_reference_name(std::string_view name) {
+  constexpr std::string_view kForbidden = "\\,\"'`()[]{}<>";
+  const auto is_allowed = [&](char c) {
+    return c >= '!' && c <= '~' && kForbidden.find(c) == std::string_view::npos;
+  };
+  return !name.empty() && name[0] != '*' && name[0] != '=' &&
+         std::all_of(name.begin(), name.end(), is_allowed);
+}
 
 bool check_header_line(std::string_view line, std::uint64_t offset, Findings& findings,
                        SequenceLine* sequence) {

@@ -23,6 +23,10 @@ struct SequenceLine {
 bool check_header_line(std::string_view line, std::uint64_t offset, Findings& findings,
                        SequenceLine* sequence);
 
+/// Whether a reference may have this name: printable characters without backslash, comma, quotes
+/// and brackets, the first one neither "*" nor "=".
+bool is_reference_name(std::string_view name);
+
 /// Checks the text of a BAM header and its dictionary against each other; a text without any "@SQ"
 /// line leaves the dictionary to itself. `offset` is that of all findings.
 void check_header(const BamHeader& header, std::uint64_t offset, Findings& findings);

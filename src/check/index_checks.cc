@@ -4,11 +4,15 @@
 #include <limits>
 
 #include "check/record_checks.h"
+#include "core/bgzf_format.h"
 #include "core/errors.h"
 #include "core/file.h"
 
 namespace readkit {
 namespace {
+
+// The part of a virtual offset that lies inside a block's data.
+constexpr std::uint64_t kInside = (std::uint64_t{1} << kVirtualOffsetShift) - 1;
 
 // Whether one of these chunks, which are sorted and do not overlap, has the offset in it.
 bool covers(const std::vector<Chunk>& chunks, std::uint64_t offset) {
@@ -26,11 +30,39 @@ IndexChecks::IndexChecks(const Path& path, Findings& findings, std::uint64_t mos
   if (!summary_.is_whole) return;
   index_.load(path);
   counts_.resize(index_.refs().size());
+  list_begins();
+}
+
+void IndexChecks::list_begins() {
+  for (const RefIndex& reference : index_.refs()) {
+    for (const auto& [number, bin] : reference.bins) {
+      if (number == kMetadataBin) continue;
+      for (const Chunk& chunk : bin.chunks) {
+        if (chunk.beg < chunk.end) begins_.push_back(chunk.beg);
+      }
+    }
+  }
+  std::sort(begins_.begin(), begins_.end());
+  begins_.erase(std::unique(begins_.begin(), begins_.end()), begins_.end());
+}
+
+// A query that enters the file elsewhere than at a record takes other bytes for one.
+void IndexChecks::pass_begins(std::uint64_t offset) {
+  while (passed_begins_ < begins_.size() && begins_[passed_begins_] < offset) {
+    const std::uint64_t begin = begins_[passed_begins_++];
+    // The end of a block's data is the begin of the next block.
+    const bool may_be_end = (offset & kInside) == 0 &&
+                            begin >> kVirtualOffsetShift == last_offset_ >> kVirtualOffsetShift;
+    if (!may_be_end) misplaced_.push_back(begin);
+  }
+  if (passed_begins_ < begins_.size() && begins_[passed_begins_] == offset) ++passed_begins_;
+  last_offset_ = offset;
 }
 
 void IndexChecks::check(const Alignment& record, std::uint64_t offset, std::uint64_t ordinal) {
   if (!summary_.is_whole) return;
   count(record);
+  pass_begins(offset);
   if (record.ref_id() < 0 || record.pos() < 0) return;
   most_steps_ += kStepsPerRecord;
   constexpr std::int64_t kHighest = std::numeric_limits<std::int32_t>::max();
@@ -95,6 +127,10 @@ void IndexChecks::finish(std::size_t references, bool is_complete) {
                   " references and the header ", references);
   }
   if (!is_complete) return;
+  for (const std::uint64_t begin : misplaced_) {
+    findings_.add(FindingKind::kIndexChunk, 0, 0, "a chunk begins at virtual offset ", begin,
+                  ", where no record does");
+  }
   for (std::size_t ref = 0; ref < indexed.size(); ++ref) {
     const auto metadata = indexed[ref].bins.find(kMetadataBin);
     if (metadata == indexed[ref].bins.end() || metadata->second.chunks.size() != 2) continue;

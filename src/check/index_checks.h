@@ -30,7 +30,7 @@ class IndexChecks {
   /// Looks for a record that lies at a virtual offset. REQUIRES: record.is_well_formed().
   void check(const Alignment& record, std::uint64_t offset, std::uint64_t ordinal);
   /// Compares counts: of references with the header, and, when the file `is_complete`, that is,
-  /// every record was checked, of records.
+  /// every record was checked, of records; then also tells of chunks that begin inside a record.
   void finish(std::size_t references, bool is_complete);
 
  private:
@@ -48,6 +48,8 @@ class IndexChecks {
   // Longer lists of chunks are not kept.
   static constexpr std::size_t kMostChunks = std::size_t{1} << 16;
 
+  void list_begins();
+  void pass_begins(std::uint64_t offset);
   void count(const Alignment& record);
   bool finds(std::int32_t ref, int beg, int end, std::uint64_t offset);
   std::uint64_t lookup_steps(std::int32_t ref, int beg, int end) const;
@@ -57,6 +59,10 @@ class IndexChecks {
   BAI index_;
   std::array<Lookup, kLookups> lookups_;  // by how many windows they span
   std::vector<Counts> counts_;            // by reference
+  std::vector<std::uint64_t> begins_;     // of chunks, ascending
+  std::size_t passed_begins_ = 0;         // as many lie before the records to come
+  std::vector<std::uint64_t> misplaced_;  // of those, at no record
+  std::uint64_t last_offset_ = 0;         // of the record before
   std::uint64_t without_reference_ = 0;
   std::uint64_t most_steps_;
   std::uint64_t steps_ = 0;

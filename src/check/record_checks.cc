@@ -17,6 +17,7 @@ bool is_letter(std::uint8_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c
 bool is_letter_or_digit(std::uint8_t c) { return is_letter(c) || (c >= '0' && c <= '9'); }
 bool is_hex(std::uint8_t c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'); }
 bool is_printable(std::uint8_t c) { return c >= '!' && c <= '~'; }
+bool is_of_name(std::uint8_t c) { return is_printable(c) && c != '@'; }
 
 // Where the ops really are, which Alignment::cigar_bytes does not tell for long names.
 const std::uint8_t* ops_of(const Alignment& record) {
@@ -93,8 +94,8 @@ void RecordChecks::check_name(const Alignment& record) {
   const int length = record.l_read_name() - 1;
   if (length < 1 || name[length] != 0) {
     add(FindingKind::kReadName, "the name is empty or has no NUL at its end");
-  } else if (!std::all_of(name, name + length, is_printable)) {
-    add(FindingKind::kReadName, "the name has characters that cannot be printed");
+  } else if (!std::all_of(name, name + length, is_of_name)) {
+    add(FindingKind::kReadName, "the name has an @ or characters that cannot be printed");
   }
 }
 

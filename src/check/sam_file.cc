@@ -41,6 +41,7 @@ constexpr std::array<std::string_view, kFields> kFieldNames = {
     "QNAME", "FLAG", "RNAME", "POS", "MAPQ", "CIGAR", "RNEXT", "PNEXT", "TLEN", "SEQ", "QUAL"};
 
 bool is_printable(char c) { return c >= '!' && c <= '~'; }
+bool is_of_name(char c) { return is_printable(c) && c != '@'; }
 bool is_base(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '=' || c == '.';
 }
@@ -108,6 +109,9 @@ class SamCheck {
     const int index = static_cast<int>(lengths_.size());
     if (!indexes_.insert(sequence.name, index)) {
       add(FindingKind::kReferenceName, "the name ", excerpt(sequence.name), " comes again");
+    } else if (!sequence.name.empty() && !is_reference_name(sequence.name)) {
+      add(FindingKind::kReferenceName, "a reference may not have the name ",
+          excerpt(sequence.name));
     }
     lengths_.push_back(sequence.length);
     has_dictionary_ = true;
@@ -157,8 +161,8 @@ class SamCheck {
   void check_fields() {
     const std::string_view name = fields_[kQname];
     if (name.empty() || name.size() > kLongestName ||
-        !std::all_of(name.begin(), name.end(), is_printable)) {
-      add(FindingKind::kReadName, "QNAME is empty, too long, or cannot be printed");
+        !std::all_of(name.begin(), name.end(), is_of_name)) {
+      add(FindingKind::kReadName, "QNAME is empty, too long, has an @, or cannot be printed");
     }
     const std::int64_t flag = number(kFlag, 0, 0xFFFF, 0);
     const std::int64_t pos = number(kPos, 0, kHighest, 0) - 1;

@@ -6,8 +6,6 @@
 #include <limits>
 #include <system_error>
 
-#include "core/number.h"
-
 namespace readkit {
 namespace {
 
@@ -33,11 +31,31 @@ bool is_integer(std::string_view text) {
          value <= std::numeric_limits<std::uint32_t>::max();
 }
 
+// Takes a sign off `text`, and digits; returns how many digits.
+void take_sign(std::string_view& text) {
+  if (text.starts_with('+') || text.starts_with('-')) text.remove_prefix(1);
+}
+std::size_t take_digits(std::string_view& text) {
+  const auto end = std::find_if_not(text.begin(), text.end(), is_digit);
+  const auto count = static_cast<std::size_t>(end - text.begin());
+  text.remove_prefix(count);
+  return count;
+}
+
+// Digits with a point among or before them, and an exponent; neither infinity nor hexadecimal.
 bool is_float(std::string_view text) {
-  std::size_t used = 0;
-  parse_float(text, &used);
-  return used != 0 && used == text.size() &&
-         !std::any_of(text.begin(), text.end(), [](char c) { return c == ' '; });
+  take_sign(text);
+  std::size_t last_digits = take_digits(text);
+  if (text.starts_with('.')) {
+    text.remove_prefix(1);
+    last_digits = take_digits(text);
+  }
+  if (last_digits == 0) return false;
+  if (text.empty()) return true;
+  if (text[0] != 'e' && text[0] != 'E') return false;
+  text.remove_prefix(1);
+  take_sign(text);
+  return take_digits(text) != 0 && text.empty();
 }
 
 bool is_array(std::string_view text) {

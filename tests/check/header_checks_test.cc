@@ -84,6 +84,21 @@ TEST(HeaderChecks, NamesOfTheDictionaryAreTextsOfTheirOwn) {
   EXPECT_EQ(header_found(with_nul), wrong);
 }
 
+// They were taken for names before.
+TEST(HeaderChecks, NamesHaveTheCharactersThatTheFormatAllows) {
+  for (const char* name : {"chr1", "HLA:A*01:01", "a=b", "x@y", "|#!$%&+./;?^_~-", "1"}) {
+    EXPECT_TRUE(is_reference_name(name)) << name;
+  }
+  for (const char* name :
+       {"",   "*",  "*a", "=",  "=a", "a b", "a\tb", "a,b", "a\\", "a\"",   "a'",
+        "a`", "(a", "a)", "a[", "a]", "a{",  "a}",   "<a",  "a>",  "a\x7f", "\xe9"}) {
+    EXPECT_FALSE(is_reference_name(name)) << name;
+  }
+  BamHeader forbidden = header("");
+  forbidden.add_reference("a b", 5);
+  EXPECT_EQ(header_found(forbidden), Found{"ReferenceName 9 0"});
+}
+
 TEST(HeaderChecks, CoordinateOrderIsStatedByTheFirstLine) {
   EXPECT_TRUE(states_coordinate_order("@HD\tVN:1.6\tSO:coordinate\n@CO\tx\n"));
   EXPECT_TRUE(states_coordinate_order("@HD\tSO:coordinate\r\n"));

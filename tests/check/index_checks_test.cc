@@ -40,11 +40,12 @@ struct Parts {
   std::uint64_t without = 1;
   std::uint64_t window3 = offset(2);
   std::uint64_t references = 1;
+  std::uint64_t chunks_of_third = 1;
 
   std::string bytes() const {
     std::string all = "BAI\1" + number(references) + number(4);
     all += number(4681) + number(1) + first + number(585) + number(1) + across;
-    all += number(4684) + number(1) + third;
+    all += number(4684) + number(chunks_of_third) + third;
     all += number(37450) + number(2) + chunk(offset(0), offset(3)) + chunk(mapped, unmapped);
     all += number(4) + number(offset(0), 8) + number(offset(1), 8) + number(offset(1), 8) +
            number(window3, 8);
@@ -63,7 +64,37 @@ TEST(IndexChecks, RecordOutsideOfTheChunksOfItsBinsIsFound) {
   EXPECT_EQ(found_with(parts), (Found{finding("IndexRecord", offset(0), 1)}));
   parts = {};
   parts.third = chunk(0, offset(0));
-  EXPECT_EQ(found_with(parts), (Found{finding("IndexRecord", offset(2), 3)}));
+  EXPECT_EQ(found_with(parts), (Found{finding("IndexRecord", offset(2), 3), "IndexChunk 0 0"}));
+}
+
+// The check found nothing, since the chunk has the record in it; a query through it found nothing
+// either, since it took the bytes at the chunk's begin for a record.
+TEST(IndexChecks, ChunkThatBeginsInsideARecordIsFound) {
+  Parts parts;
+  parts.third = chunk(offset(2) - 7, offset(3));
+  EXPECT_EQ(found_with(parts), Found{"IndexChunk 0 0"});
+  parts.third = chunk(offset(2) - 7, offset(2) - 7) + chunk(offset(2), offset(3));
+  parts.chunks_of_third = 2;
+  EXPECT_EQ(found_with(parts), Found{});  // without anything in it
+}
+
+// With another record behind the end of a block, its begin may be told as that end.
+TEST(IndexChecks, EndOfABlockIsTheBeginOfTheNextOne) {
+  const BamBuilder file = BamBuilder()
+                              .ref("chr1", 1000)
+                              .record(RecordBuilder("a").at(0, 40).cigar("4M").seq("ACGT"))
+                              .record(RecordBuilder("b").at(0, 50).cigar("4M").seq("ACGT"))
+                              .one_block_each();
+  const std::uint64_t first = file.record_offset(0);
+  const std::uint64_t size = RecordBuilder("a").at(0, 40).cigar("4M").seq("ACGT").bytes().size();
+  const auto found_at = [&](std::uint64_t begin) {
+    return found(check_bytes(file.bytes(), "BAI\1" + number(1) + number(1) + number(4681) +
+                                               number(2) + chunk(first, first + size) +
+                                               chunk(begin, file.record_offset(2)) + number(0)));
+  };
+  EXPECT_EQ(found_at(first + size), Found{});
+  EXPECT_EQ(found_at(file.record_offset(1)), Found{});
+  EXPECT_EQ(found_at(file.record_offset(1) - (1 << 16)).back(), "IndexChunk 0 0");
 }
 
 TEST(IndexChecks, RecordBeforeTheLinearIndexIsFound) {

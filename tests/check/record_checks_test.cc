@@ -57,6 +57,7 @@ TEST(CheckOfARecord, Names) {
   EXPECT_EQ(found_in(sound().stored_name(std::string("\0", 1))), only("ReadName"));
   EXPECT_EQ(found_in(sound().stored_name(std::string("a b\0", 4))), only("ReadName"));
   EXPECT_EQ(found_in(sound().stored_name(std::string("a\0b\0", 4))), only("ReadName"));
+  EXPECT_EQ(found_in(sound().stored_name(std::string("a@b\0", 4))), only("ReadName"));
   EXPECT_EQ(found_in(sound().stored_name(std::string("a\xc3\0", 3))), only("ReadName"));
 }
 

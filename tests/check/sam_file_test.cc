@@ -49,6 +49,7 @@ TEST(CheckSamFile, SoundLinesPass) {
 TEST(CheckSamFile, EveryRuleOfALine) {
   EXPECT_EQ(with<&SamLine::qname>("a b"), only("ReadName"));
   EXPECT_EQ(with<&SamLine::qname>(""), only("ReadName"));
+  EXPECT_EQ(with<&SamLine::qname>("a@b"), only("ReadName"));  // was taken for a name
   EXPECT_EQ(with<&SamLine::qname>(std::string(254, 'n').c_str()), Found{});
   EXPECT_EQ(with<&SamLine::qname>(std::string(255, 'n').c_str()), only("ReadName"));
   EXPECT_EQ(with<&SamLine::flag>("65535"), Found{});
@@ -94,6 +95,7 @@ TEST(CheckSamFile, LineNeedsElevenFields) {
 TEST(CheckSamFile, HeaderIsChecked) {
   EXPECT_EQ(found_in("@HD VN:1.6\n"), (Found{"HeaderLine 1 0"}));
   EXPECT_EQ(found_in("@SQ\tSN:a\tLN:1\n@SQ\tSN:a\tLN:1\n"), (Found{"ReferenceName 2 0"}));
+  EXPECT_EQ(found_in("@SQ\tSN:a b\tLN:1\n"), (Found{"ReferenceName 1 0"}));
   EXPECT_EQ(found_in(kHeader + SamLine().text() + "\n@CO\tlate\n"), (Found{"HeaderLine 5 0"}));
   EXPECT_EQ(check_bytes(kHeader + SamLine().text() + "\n@CO\tlate\n").records, 1U);
 }

@@ -21,8 +21,8 @@ Found found_in(std::string_view fields) {
 TEST(SamTags, FieldsOfEveryTypePass) {
   for (const char* field :
        {"XA:A:!", "XA:A:~", "XI:i:0", "XI:i:-2147483648", "XI:i:4294967295", "XI:i:+5", "XF:f:1",
-        "XF:f:-1.5e-7", "XF:f:inf", "XZ:Z:", "XZ:Z:a b:c", "XH:H:", "XH:H:0AF9", "XB:B:c,1,-2",
-        "XB:B:f,1.5,2", "XB:B:I", "x9:Z:a"}) {
+        "XF:f:-1.5e-7", "XF:f:+.5", "XF:f:009E+3", "XZ:Z:", "XZ:Z:a b:c", "XH:H:", "XH:H:0AF9",
+        "XB:B:c,1,-2", "XB:B:f,1.5,2", "XB:B:I", "x9:Z:a"}) {
     EXPECT_EQ(found_in(field), Found{}) << field;
   }
   EXPECT_EQ(found_in("NM:i:1\tNH:i:1\tnm:i:1"), Found{});
@@ -48,6 +48,14 @@ TEST(SamTags, FieldsOfAnotherFormAreFound) {
                             "XF:f:",
                             "XF:f:x",
                             "XF:f: 1",
+                            "XF:f:.",
+                            "XF:f:-",
+                            "XF:f:1e",
+                            "XF:f:1e5x",
+                            "XF:f:10.",   // these four
+                            "XF:f:inf",   // were taken
+                            "XF:f:-nan",  // for numbers
+                            "XF:f:0x1",   // before
                             "XZ:Z:\x01",
                             "XH:H:0",
                             "XH:H:0g",

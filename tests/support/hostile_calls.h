@@ -5,15 +5,16 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "support/bam_builder.h"
-#include "support/temp_dir.h"
+#include "support/file_calls.h"
+#include "support/resident_memory.h"
 
 namespace readkit {
 
-// Outcomes of a call: a result, or the identifier of its error.
-inline constexpr char kOk[] = "ok";
+// Outcomes of a call: a result (kOk), or the identifier of its error.
 inline constexpr char kNotBam[] = "seqlab:readkit:InvalidBAMFormat";
 inline constexpr char kCutShort[] = "seqlab:readkit:BAMRead";
 inline constexpr char kDamaged[] = "seqlab:readkit:ZLIBInflate";
@@ -23,30 +24,38 @@ inline constexpr char kIndexCutShort[] = "seqlab:readkit:BAIRead";
 /// All outcomes that a damaged file may lead to.
 const std::set<std::string>& documented_outcomes();
 
+/// A sweep takes every one of the places at which it can damage a file, and under sanitizers, which
+/// are slow, every fifth.
+inline constexpr std::size_t kStride = kMemoryIsKept ? 5 : 1;
+
 struct HostileCall {
   std::string name;
   std::function<std::string()> run;  ///< returns the outcome, and expects that nothing is left over
-  bool reads_records = false;        ///< more than the header
-  bool reads_all = false;            ///< every block of the file
-  bool uses_index = false;
+  std::function<std::string()> result;  ///< the same with its digest
+  bool reads_records = false;           ///< more than the header, and every block of the file
+  bool uses_index = false;              ///< and so reads no more than the index tells
 };
 
-/// A folder with a file "a.bam", at first a sound one, its index "a.bai", and "none.bai", an index
-/// of so many references that it belongs to no file here.
+/// A folder with a file "a.bam", at first a sound one, and its indexes "a.bai", by bamIndex, and
+/// "complete.bai".
 class HostileFolder {
  public:
   explicit HostileFolder(const BamBuilder& sound);
 
-  /// Makes a file anew. Some file systems take long to overwrite one.
-  void write(const std::string& name, const std::string& bytes) const;
-  /// The sound index.
+  void write(std::string_view name, std::string_view bytes) const { files_.write(name, bytes); }
+  /// The sound indexes.
   const std::string& index() const { return index_; }
-  /// The calls on "a.bam" as it stands; they live as long as this object.
+  const std::string& complete_index() const { return complete_index_; }
+  const FileCalls& files() const { return files_; }
+  /// The calls on "a.bam" as it stands, but for kxCheck; they live as long as this object.
   std::vector<HostileCall> calls() const;
+  /// The findings of kxCheck in "a.bam".
+  std::string check() const;
 
  private:
-  TempDir folder_;
+  FileCalls files_;
   std::string index_;
+  std::string complete_index_;
 };
 
 /// Two records of one reference in one block.

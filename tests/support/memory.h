@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 namespace readkit {
 
@@ -15,6 +16,11 @@ std::size_t memory_growth(const Step& step) {
   step();
   return peak_memory() - before;
 }
+
+/// The same in a process of its own, so that no step before hides what this one takes; memory that
+/// it comes to use counts, too, whichever is more. What `step` expects is not heard of; an
+/// exception ends the test.
+std::size_t memory_growth_alone(const std::function<void()>& step);
 
 /// What no step of a test here needs.
 inline constexpr std::size_t kMuchMemory = std::size_t{256} << 20;

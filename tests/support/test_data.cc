@@ -59,7 +59,9 @@ std::vector<std::string> bai_files() {
 
 std::vector<std::string> fastq_files() { return files("fastq", {".fq", ".fastq", ".txt"}); }
 
-std::vector<std::string> invalid_files() { return files("invalid", {""}); }
+std::vector<std::string> files_in(const std::string& folder) { return files(folder, {""}); }
+
+std::vector<std::string> invalid_files() { return files_in("invalid"); }
 
 std::string test_file(const std::string& name) {
   return (fs::path(test_data_folder()) / name).string();

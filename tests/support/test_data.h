@@ -19,6 +19,8 @@ std::vector<std::string> bam_files();
 std::vector<std::string> sam_files();
 std::vector<std::string> bai_files();
 std::vector<std::string> fastq_files();
+/// All files of a folder and those below it.
+std::vector<std::string> files_in(const std::string& folder);
 /// Files that are damaged on purpose.
 std::vector<std::string> invalid_files();
 
