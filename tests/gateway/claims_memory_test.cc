@@ -13,7 +13,7 @@
 #include "support/record_builder.h"
 #include "support/resident_memory.h"
 
-namespace readkit {
+namespace readkit::gateway_claims_memory_test {
 namespace {
 
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
@@ -121,4 +121,4 @@ TEST_P(ClaimsMemory, IsNoMoreThanTheFileJustifies) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_claims_memory_test

@@ -13,7 +13,7 @@
 #include "support/file_calls.h"
 #include "support/test_data.h"
 
-namespace readkit {
+namespace readkit::gateway_suites_test {
 namespace {
 
 // What a row of the table says of a file: what readers make of it, and what kxCheck finds.
@@ -154,4 +154,4 @@ TEST_P(Suites, AreTakenAsDocumented) {
 }
 
 }  // namespace
-}  // namespace readkit
+}  // namespace readkit::gateway_suites_test
