@@ -75,7 +75,8 @@ int BGZF::read_block() {
   block_offset_ = 0;
   const std::uint8_t* const header = file_.peek(kBlockHeaderSize);
   if (header == nullptr) {
-    if (file_.available() == 0 && end_reached_) return 1;
+    const bool is_at_end = file_.available() == 0 && !file_.read_failed();
+    if (is_at_end && end_reached_) return 1;
     throw InvalidBAMFormat(path_.text());
   }
   const std::size_t block_size = std::size_t{readInt16(header + kBlockSizeOffset)} + 1;

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "core/interrupted.h"
+
 namespace readkit {
 namespace {
 
@@ -15,7 +17,7 @@ bool FileStream::Buffer::open(const Path& path, std::ios::openmode mode) {
     room_ = AlignedBuffer(kBufferSize);
     pubsetbuf(room_.data<char>(), kBufferSize);
   }
-  return std::filebuf::open(path.native(), mode) != nullptr;
+  return open_through_signals([&] { return std::filebuf::open(path.native(), mode); }) != nullptr;
 }
 
 // A file buffer of its own would bring out long texts one by one, whatever room is left.

@@ -46,8 +46,10 @@ bool SAM::next_alignment() {
 }
 
 void SAM::rewind() {
+  if (bad()) throw SAMRead(path_.text());  // it may have been inside the header
   clear();
   seekg(records_start_);
+  if (fail() && is_open()) throw SAMRead(path_.text());
 }
 
 bool SAM::write(const Alignment& record, const BamHeader& header) {

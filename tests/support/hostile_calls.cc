@@ -4,21 +4,10 @@
 #include <filesystem>
 #include <iterator>
 
-#include "support/gateway_calls.h"
 #include "support/index_model.h"
 
 namespace readkit {
 namespace {
-
-std::string outcome(const std::string& gateway, int nlhs, const Inputs& list) {
-  const LeakCheck leaks;
-  try {
-    call_gateway(gateway, nlhs, list);
-  } catch (const host::HostError& error) {
-    return error.identifier();
-  }
-  return kOk;
-}
 
 host::Owned all_features() {
   return host::make_cell_of_texts({"Flag", "Position", "MappingQuality", "MatePosition",
@@ -49,6 +38,16 @@ const std::set<std::string>& documented_outcomes() {
   return all;
 }
 
+std::string HostileCall::run() const {
+  const LeakCheck leaks;
+  try {
+    call_gateway(gateway, nlhs, inputs());
+  } catch (const host::HostError& error) {
+    return error.identifier();
+  }
+  return kOk;
+}
+
 HostileFolder::HostileFolder(const BamBuilder& sound) {
   sound.write(folder_, "a.bam");
   call_gateway("bamIndex", 0, inputs(text(folder_, "a.bam"), text(folder_, "a.bai")));
@@ -63,81 +62,65 @@ void HostileFolder::write(const std::string& name, const std::string& bytes) con
 
 std::vector<HostileCall> HostileFolder::calls() const {
   const auto bam = [this] { return text(folder_, "a.bam"); };
-  const auto simple = [=](const char* gateway, int nlhs) {
-    return [=] { return outcome(gateway, nlhs, inputs(bam())); };
+  const auto output = [this](const char* name = "out") {
+    std::filesystem::remove(folder_.native(name));  // quicker than to empty it
+    return text(folder_, name);
+  };
+  const auto simple = [=] { return readkit::inputs(bam()); };
+  const auto id = [=] { return readkit::inputs(bam(), text("chr1")); };
+  const auto name = [=] { return readkit::inputs(bam(), host::make_scalar(0.0)); };
+  const auto new_index = [=] { return readkit::inputs(bam(), output("new.bai")); };
+  const auto count = [=] {
+    return readkit::inputs(bam(), host::make_scalar(1.0), host::make_scalar(true),
+                           host::make_scalar(true), host::make_scalar(1.0));
   };
   const auto starts = [=, this](const char* index) {
-    return [=, this] {
-      return outcome("getStartsInReference", 3,
-                     inputs(bam(), text(folder_, index), host::make_scalar(0.0)));
-    };
+    return
+        [=, this] { return readkit::inputs(bam(), text(folder_, index), host::make_scalar(0.0)); };
   };
   const auto features = [=, this](const char* index) {
     return [=, this] {
-      return outcome("getFeatures", 11,
-                     inputs(bam(), text(folder_, index), all_features(), host::make_scalar(0.0),
-                            host::make_column<std::uint32_t>({1, 2}),
-                            host::make_column<std::uint32_t>({9, 19})));
+      return readkit::inputs(bam(), text(folder_, index), all_features(), host::make_scalar(0.0),
+                             host::make_column<std::uint32_t>({1, 2}),
+                             host::make_column<std::uint32_t>({9, 19}));
     };
-  };
-  const auto id = [=] { return outcome("getReferenceID", 1, inputs(bam(), text("chr1"))); };
-  const auto name = [=] {
-    return outcome("getReferenceString", 1, inputs(bam(), host::make_scalar(0.0)));
-  };
-  const auto index = [=, this] {
-    std::filesystem::remove(folder_.native("new.bai"));
-    return outcome("bamIndex", 0, inputs(bam(), text(folder_, "new.bai")));
-  };
-  const auto count = [=] {
-    return outcome("getFeatureCountData", 9,
-                   inputs(bam(), host::make_scalar(1.0), host::make_scalar(true),
-                          host::make_scalar(true), host::make_scalar(1.0)));
-  };
-  const auto output = [this] {
-    std::filesystem::remove(folder_.native("out"));  // quicker than to empty it
-    return text(folder_, "out");
   };
   const auto region = [=, this](const char* index_base) {
     return [=, this] {
-      return outcome("samWrite", 0,
-                     inputs(bam(), text(folder_, index_base), output(), text("chr1:1-100000"),
-                            host::make_scalar(true), host::make_scalar(false)));
+      return readkit::inputs(bam(), text(folder_, index_base), output(), text("chr1:1-100000"),
+                             host::make_scalar(true), host::make_scalar(false));
     };
   };
-  const auto unaligned = [=] {
-    return outcome("samWriteUnaligned", 0, inputs(bam(), output(), host::make_scalar(true)));
-  };
+  const auto unaligned = [=] { return readkit::inputs(bam(), output(), host::make_scalar(true)); };
   const auto convert = [=](const char* format) {
     return [=] {
-      return outcome(
-          "convertFormat", 0,
-          inputs(bam(), text("bam"), output(), text(format), host::make_row<std::uint32_t>({})));
+      return readkit::inputs(bam(), text("bam"), output(), text(format),
+                             host::make_row<std::uint32_t>({}));
     };
   };
   const auto subset = [=] {
-    return outcome("convertFormat", 0,
-                   inputs(bam(), text("bam"), output(), text("bam"),
-                          host::make_row<std::uint32_t>({1, 2}), text("chr1")));
+    return readkit::inputs(bam(), text("bam"), output(), text("bam"),
+                           host::make_row<std::uint32_t>({1, 2}), text("chr1"));
   };
   return {
-      {.name = "getNumReferences", .run = simple("getNumReferences", 1)},
-      {.name = "getReferenceID", .run = id},
-      {.name = "getReferenceString", .run = name},
-      {.name = "getHeader", .run = simple("getHeader", 3)},
-      {.name = "bamInfo, one output", .run = simple("bamInfo", 1), .reads_records = true},
-      {"bamInfo, two outputs", simple("bamInfo", 2), true, true},
-      {"bamIndex", index, true, true},
-      {"getFeatureCountData", count, true, true},
-      {"getStartsInReference, no index", starts("none.bai"), true, true},
-      {"getStartsInReference", starts("a.bai"), true, false, true},
-      {"getFeatures, no index", features("none.bai"), true, true},
-      {"getFeatures", features("a.bai"), true, false, true},
-      {"samWrite, no index", region("none"), true, true},
-      {"samWrite", region("a"), true, false, true},
-      {"samWriteUnaligned", unaligned, true, true},
-      {"convertFormat to bam, one reference", subset, true, true},
-      {"convertFormat to sam", convert("sam"), true, true},
-      {"convertFormat to fastq", convert("fastq"), true, true},
+      {"getNumReferences", "getNumReferences", 1, simple},
+      {"getReferenceID", "getReferenceID", 1, id},
+      {"getReferenceString", "getReferenceString", 1, name},
+      {"getHeader", "getHeader", 3, simple},
+      {"bamInfo, one output", "bamInfo", 1, simple, true},
+      {"bamInfo, two outputs", "bamInfo", 2, simple, true, true},
+      {"bamIndex", "bamIndex", 0, new_index, true, true},
+      {"getFeatureCountData", "getFeatureCountData", 9, count, true, true},
+      {"getStartsInReference, no index", "getStartsInReference", 3, starts("none.bai"), true, true},
+      {"getStartsInReference", "getStartsInReference", 3, starts("a.bai"), true, false, true},
+      {"getFeatures, no index", "getFeatures", 11, features("none.bai"), true, true},
+      {"getFeatures", "getFeatures", 11, features("a.bai"), true, false, true},
+      {"samWrite, no index", "samWrite", 0, region("none"), true, true},
+      {"samWrite", "samWrite", 0, region("a"), true, false, true},
+      {"samWriteUnaligned", "samWriteUnaligned", 0, unaligned, true, true},
+      {"convertFormat to bam, one reference", "convertFormat", 0, subset, true, true},
+      {"convertFormat to sam", "convertFormat", 0, convert("sam"), true, true},
+      {"convertFormat to fastq", "convertFormat", 0, convert("fastq"), true, true},
   };
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/bam_builder.h"
+#include "support/gateway_calls.h"
 #include "support/temp_dir.h"
 
 namespace readkit {
@@ -25,10 +26,15 @@ const std::set<std::string>& documented_outcomes();
 
 struct HostileCall {
   std::string name;
-  std::function<std::string()> run;  ///< returns the outcome, and expects that nothing is left over
-  bool reads_records = false;        ///< more than the header
-  bool reads_all = false;            ///< every block of the file
+  std::string gateway;
+  int nlhs;
+  std::function<Inputs()> inputs;  ///< removes the output that they name, when it is there
+  bool reads_records = false;      ///< more than the header
+  bool reads_all = false;          ///< every block of the file
   bool uses_index = false;
+
+  /// Returns the outcome, and expects that nothing is left over.
+  std::string run() const;
 };
 
 /// A folder with a file "a.bam", at first a sound one, its index "a.bai", and "none.bai", an index
@@ -41,6 +47,7 @@ class HostileFolder {
   void write(const std::string& name, const std::string& bytes) const;
   /// The sound index.
   const std::string& index() const { return index_; }
+  const TempDir& folder() const { return folder_; }
   /// The calls on "a.bam" as it stands; they live as long as this object.
   std::vector<HostileCall> calls() const;
 
