@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <link.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -44,6 +45,35 @@ thread_local constinit Injection injection = {};
 std::atomic<bool> counting{false};
 std::atomic<std::int64_t> live_allocations{0};
 std::atomic<std::int64_t> live_files{0};
+
+// Where the code of a shared library lies.
+struct Code {
+  std::uintptr_t begin = 0;
+  std::uintptr_t end = 0;
+
+  bool contains(const void* address) const {
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    return at >= begin && at < end;
+  }
+};
+// Two that end the process when they do not get a little memory, whatever its program does: for the
+// data of a new thread, and (by calloc) for the list of what that thread's end calls.
+constinit Code dynamic_linker;
+constinit Code c_library;
+
+int find_code(dl_phdr_info* object, std::size_t, void*) {
+  const std::string_view name = object->dlpi_name;
+  Code* const code = name.find("/ld-") != name.npos       ? &dynamic_linker
+                     : name.find("/libc.so") != name.npos ? &c_library
+                                                          : nullptr;
+  for (std::size_t i = 0; code != nullptr && i < object->dlpi_phnum; ++i) {
+    const auto& part = object->dlpi_phdr[i];
+    if (part.p_type != PT_LOAD || (part.p_flags & PF_X) == 0) continue;
+    code->begin = object->dlpi_addr + part.p_vaddr;
+    code->end = code->begin + part.p_memsz;
+  }
+  return 0;
+}
 
 bool strikes(Operation operation) {
   if (!injection.armed || injection.fault.operation != operation) return false;
@@ -232,6 +262,7 @@ bool trap_system_calls() {
   action.sa_sigaction = on_system_call;
   action.sa_flags = SA_SIGINFO;
   if (sigaction(SIGSYS, &action, nullptr) != 0 || !install_filter()) return false;
+  dl_iterate_phdr(find_code, nullptr);
 #ifdef READKIT_SANITIZED
   __sanitizer_install_malloc_and_free_hooks(
       [](const volatile void*, std::size_t) { ++live_allocations; },
@@ -312,8 +343,10 @@ void __libc_free(void* memory);
 
 namespace {
 
-bool memory_is_out() {
-  if (!readkit::strikes(readkit::Operation::kAllocation)) return false;
+bool memory_is_out(const void* caller) {
+  if (readkit::dynamic_linker.contains(caller) ||
+      !readkit::strikes(readkit::Operation::kAllocation))
+    return false;
   errno = ENOMEM;
   return true;
 }
@@ -329,20 +362,25 @@ void* counted(void* memory) {
 
 extern "C" {
 
-void* malloc(std::size_t size) { return memory_is_out() ? nullptr : counted(__libc_malloc(size)); }
+void* malloc(std::size_t size) {
+  return memory_is_out(__builtin_return_address(0)) ? nullptr : counted(__libc_malloc(size));
+}
 
 void* calloc(std::size_t count, std::size_t size) {
-  return memory_is_out() ? nullptr : counted(__libc_calloc(count, size));
+  const void* const caller = __builtin_return_address(0);
+  const bool fails = !readkit::c_library.contains(caller) && memory_is_out(caller);
+  return fails ? nullptr : counted(__libc_calloc(count, size));
 }
 
 void* realloc(void* memory, std::size_t size) {
-  if (memory_is_out()) return nullptr;
+  if (memory_is_out(__builtin_return_address(0))) return nullptr;
   void* const moved = __libc_realloc(memory, size);
   return memory == nullptr ? counted(moved) : moved;
 }
 
 void* memalign(std::size_t alignment, std::size_t size) {
-  return memory_is_out() ? nullptr : counted(__libc_memalign(alignment, size));
+  return memory_is_out(__builtin_return_address(0)) ? nullptr
+                                                    : counted(__libc_memalign(alignment, size));
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) { return memalign(alignment, size); }
