@@ -13,11 +13,19 @@
 namespace readkit {
 namespace {
 
+bool reads_text(const std::string& name) {
+  return name.find(".sam") != name.npos || name.find(".fastq") != name.npos ||
+         name.find("sam to") != name.npos || name == "samSort" || name == "samToBam" ||
+         name == "samInfo";
+}
+
 FaultCall ready(std::string name, const std::string& gateway, int nlhs, Inputs list) {
   // A function object is copied, host arrays are not.
   const auto inputs = std::make_shared<const Inputs>(std::move(list));
   const auto function = std::make_shared<const host::Function>(gateway_library().function(gateway));
-  return {std::move(name), [=] { return host::call(*function, nlhs, *inputs); }};
+  FaultCall call{std::move(name), [=] { return host::call(*function, nlhs, *inputs); }};
+  call.reads_text = reads_text(call.name);
+  return call;
 }
 
 // What the library does without a gateway, with errors as a host gives them.
@@ -121,6 +129,7 @@ std::vector<FaultCall> FaultFolder::calls() const {
   calls.push_back(direct("SAM::sort, runs", [&files, runs] {
     SAM(files.path("a.sam"), "r").sort(files.text("t"), runs);
   }));
+  calls.back().reads_text = true;
   calls.push_back(direct("BAM::shuffle, runs", [&files, runs] {
     BAM(files.path("a.bam"))
         .shuffle(

@@ -17,6 +17,7 @@ struct FaultCall {
   std::string name;
   std::function<Outputs()> run;  ///< raises HostError
   bool is_random = false;        ///< its output has another order every time
+  bool reads_text = false;       ///< cannot know where its input should end
 };
 
 /// A folder of files that belong together, and the calls on them. A call makes the files "out",

@@ -163,6 +163,8 @@ long fail(const SystemCall& call, Operation operation) {
       if (has_length && call.arguments[2] > kFewBytes) shorter.arguments[2] = kFewBytes;
       return perform(shorter);
     }
+    case Manner::kEnds:
+      return 0;
     case Manner::kFails:
       break;
   }
@@ -311,7 +313,8 @@ std::string_view name_of(Operation operation) {
 }
 
 std::string describe(const Fault& fault) {
-  static constexpr const char* kManners[] = {"fails", "comes short", "is interrupted"};
+  static constexpr const char* kManners[] = {"fails", "comes short", "is interrupted",
+                                             "finds the end"};
   static constexpr const char* kLengths[] = {"once", "for good", "and every second after it"};
   return std::string(name_of(fault.operation)) + " " + std::to_string(fault.at) + " " +
          kManners[static_cast<std::size_t>(fault.manner)] + ", " +

@@ -34,6 +34,7 @@ enum class Manner : std::uint8_t {
   kFails,        ///< EACCES, EIO, ENOSPC or ENOMEM; a close does close
   kComesShort,   ///< a few bytes are read or written instead of many
   kInterrupted,  ///< EINTR before anything has happened
+  kEnds,         ///< nothing more is read, since the file has become shorter
 };
 
 enum class Lasts : std::uint8_t { kOnce, kForGood, kEverySecond };
