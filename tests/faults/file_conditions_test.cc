@@ -202,6 +202,7 @@ void through_interrupted_pipe(const std::string& name, const std::function<void(
   struct sigaction action = {};
   action.sa_handler = do_nothing;  // and no SA_RESTART
   sigaction(SIGALRM, &action, nullptr);
+  signal(SIGPIPE, SIG_IGN);  // of a reader that gives up too early
   sigset_t alarm;
   sigemptyset(&alarm);
   sigaddset(&alarm, SIGALRM);
