@@ -15,7 +15,7 @@ namespace {
   throw HostError(std::string("Tessel:cpp:") + kind, {std::string(what)});
 }
 
-// Turns what is not a lack of memory into a HostError, or raises std::bad_alloc.
+// Raises std::bad_alloc when there is no memory for what it should raise.
 [[noreturn]] void raise_translated() {
   try {
     throw;
@@ -31,8 +31,8 @@ namespace {
     raise_standard("length_error", e.what());
   } catch (const std::bad_function_call& e) {
     raise_standard("bad_function_call", e.what());
-  } catch (const std::bad_alloc&) {
-    throw;
+  } catch (const std::bad_alloc& e) {
+    raise_standard("bad_alloc", e.what());
   } catch (const std::exception& e) {
     raise_standard("exception", e.what());
   } catch (...) {

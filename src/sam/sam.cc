@@ -46,10 +46,10 @@ bool SAM::next_alignment() {
 }
 
 void SAM::rewind() {
-  if (bad()) throw SAMRead(path_.text());  // it may have been inside the header
+  if (bad()) return;  // since a read failed, maybe inside the header
   clear();
   seekg(records_start_);
-  if (fail() && is_open()) throw SAMRead(path_.text());
+  if (fail() && is_open()) setstate(std::ios::badbit);
 }
 
 bool SAM::write(const Alignment& record, const BamHeader& header) {
