@@ -100,10 +100,14 @@ std::vector<Owned> call(const Function& function, int nlhs,
 }
 
 std::vector<Owned> call(const Function& function, int nlhs, const std::vector<Owned>& inputs) {
-  std::vector<const txArray*> arrays;
-  arrays.reserve(inputs.size());
-  for (const Owned& input : inputs) arrays.push_back(input.get());
-  return call(function, nlhs, std::span<const txArray* const>(arrays));
+  try {
+    std::vector<const txArray*> arrays;
+    arrays.reserve(inputs.size());
+    for (const Owned& input : inputs) arrays.push_back(input.get());
+    return call(function, nlhs, std::span<const txArray* const>(arrays));
+  } catch (...) {
+    raise_as_host_error();
+  }
 }
 
 std::vector<Owned> call(const Function& function, int nlhs,

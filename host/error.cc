@@ -15,21 +15,8 @@ namespace {
   throw HostError(std::string("Tessel:cpp:") + kind, {std::string(what)});
 }
 
-}  // namespace
-
-HostError::HostError(std::string identifier, ErrorArguments arguments)
-    : identifier_(std::move(identifier)),
-      arguments_(std::move(arguments)),
-      text_(message(identifier_, arguments_)) {}
-
-HostError::HostError(std::string identifier, ErrorArguments arguments, std::string text)
-    : identifier_(std::move(identifier)),
-      arguments_(std::move(arguments)),
-      text_(text.empty() ? message(identifier_, arguments_) : std::move(text)) {}
-
-HostError::~HostError() = default;
-
-void raise_as_host_error() {
+// Raises std::bad_alloc when there is no memory for what it should raise.
+[[noreturn]] void raise_translated() {
   try {
     throw;
   } catch (const HostError&) {
@@ -42,14 +29,41 @@ void raise_as_host_error() {
     raise_standard("invalid_argument", e.what());
   } catch (const std::length_error& e) {
     raise_standard("length_error", e.what());
-  } catch (const std::bad_alloc& e) {
-    raise_standard("bad_alloc", e.what());
   } catch (const std::bad_function_call& e) {
     raise_standard("bad_function_call", e.what());
+  } catch (const std::bad_alloc& e) {
+    raise_standard("bad_alloc", e.what());
   } catch (const std::exception& e) {
     raise_standard("exception", e.what());
   } catch (...) {
     raise_standard("exception", "an exception of an unknown type");
+  }
+}
+
+HostError out_of_memory() {
+  return HostError("Tessel:cpp:bad_alloc", {std::string(std::bad_alloc().what())});
+}
+// Made while there is memory, when the host is loaded.
+const HostError kOutOfMemory = out_of_memory();
+
+}  // namespace
+
+HostError::HostError(std::string identifier, ErrorArguments arguments)
+    : HostError(std::move(identifier), std::move(arguments), {}) {}
+
+HostError::HostError(std::string identifier, ErrorArguments arguments, std::string text) {
+  if (text.empty()) text = message(identifier, arguments);
+  content_ = std::make_shared<const Content>(
+      Content{std::move(identifier), std::move(arguments), std::move(text)});
+}
+
+HostError::~HostError() = default;
+
+void raise_as_host_error() {
+  try {
+    raise_translated();
+  } catch (const std::bad_alloc&) {
+    throw HostError(kOutOfMemory);
   }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <exception>
+#include <memory>
 #include <string>
 
 #include "core/errors.h"
@@ -11,7 +12,8 @@ namespace readkit::host {
 
 /// A failed operation of the host, or a failed call of a library function: an identifier, the
 /// arguments that came with it, and a text in English. Holds copies of everything, so that it
-/// outlives the library that raised it. `what()` is the text, in UTF-8.
+/// outlives the library that raised it. Copies share what they hold: copying never fails. `what()`
+/// is the text, in UTF-8.
 class READKIT_EXPORT HostError : public std::exception {
  public:
   /// An error whose text is the message catalog's, filled with `arguments`.
@@ -23,22 +25,26 @@ class READKIT_EXPORT HostError : public std::exception {
   ~HostError() override;
 
   /// For example "seqlab:readkit:FileNotFound", "Tessel:cpp:out_of_range".
-  const std::string& identifier() const { return identifier_; }
+  const std::string& identifier() const { return content_->identifier; }
   /// In the order in which the catalog's text refers to them.
-  const ErrorArguments& arguments() const { return arguments_; }
-  const std::string& text() const { return text_; }
-  const char* what() const noexcept override { return text_.c_str(); }
+  const ErrorArguments& arguments() const { return content_->arguments; }
+  const std::string& text() const { return content_->text; }
+  const char* what() const noexcept override { return content_->text.c_str(); }
 
  private:
-  std::string identifier_;
-  ErrorArguments arguments_;
-  std::string text_;
+  struct Content {
+    std::string identifier;
+    ErrorArguments arguments;
+    std::string text;
+  };
+
+  std::shared_ptr<const Content> content_;
 };
 
 /// Turns the exception that is being handled into a HostError and raises that: a library error
 /// keeps its identifier and arguments, a standard exception becomes "Tessel:cpp:" + its kind with
-/// its `what()` as argument and text, a HostError stays what it is. REQUIRES: an exception is being
-/// handled.
+/// its `what()` as argument and text, a HostError stays what it is. Needs no memory to tell that
+/// there is none. REQUIRES: an exception is being handled.
 [[noreturn]] READKIT_EXPORT void raise_as_host_error();
 
 /// Identifiers of the host's own errors; the catalog tells their arguments.

@@ -50,11 +50,7 @@ CheckResult check_file(const Path& path, const Path* index) {
       check_fastq(file, result);
       break;
     case FileKind::kEmpty:
-      if (file.read_failed()) {
-        result.findings.add(FindingKind::kReadFailed, 0, 0, "the file cannot be read");
-      } else {
-        add_unknown("the file is empty", result);
-      }
+      if (!file.read_failed()) add_unknown("the file is empty", result);
       break;
     case FileKind::kGzip:
       add_unknown("a gzip file that is not made of blocks; decompress it to check it", result);
@@ -63,6 +59,7 @@ CheckResult check_file(const Path& path, const Path* index) {
       add_unknown("the file begins as no BAM, SAM, BAI or FASTQ file does", result);
       break;
   }
+  add_read_failure(file, result.findings);
   return result;
 }
 

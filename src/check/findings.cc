@@ -63,4 +63,9 @@ std::string_view finding_identifier(FindingKind kind) {
 
 std::string_view excerpt(std::string_view text) { return text.substr(0, kLongestExcerpt); }
 
+void add_read_failure(const File& file, Findings& findings) {
+  if (!file.read_failed() || findings.count(FindingKind::kReadFailed) > 0) return;
+  findings.add(FindingKind::kReadFailed, file.tell(), 0, "the file cannot be read on");
+}
+
 }  // namespace readkit

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "core/file.h"
+
 namespace readkit {
 
 /// The closed list of identifiers, in the order of docs/check.md.
@@ -120,5 +122,8 @@ class Findings {
   std::array<std::uint64_t, kFindingKinds> counts_{};
   std::vector<Finding> list_;
 };
+
+/// Adds that a file could not be read to its end, unless that is known already.
+void add_read_failure(const File& file, Findings& findings);
 
 }  // namespace readkit

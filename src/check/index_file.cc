@@ -144,7 +144,9 @@ class IndexReader {
 }  // namespace
 
 IndexSummary check_index_file(File& file, Findings& findings) {
-  return IndexReader(file, findings).run();
+  const IndexSummary summary = IndexReader(file, findings).run();
+  add_read_failure(file, findings);
+  return summary;
 }
 
 }  // namespace readkit

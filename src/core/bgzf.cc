@@ -35,6 +35,7 @@ BGZF& BGZF::operator=(BGZF&& other) noexcept {
   write_mode_ = other.write_mode_;
   is_temporary_ = other.is_temporary_;
   end_reached_ = other.end_reached_;
+  end_ = other.end_;
   path_ = other.path_;
   return *this;
 }
@@ -66,6 +67,7 @@ void BGZF::open(const Path& path, std::string_view mode) {
 void BGZF::reset_counters() {
   block_length_ = block_offset_ = block_address_ = uncompressed_position_ = 0;
   end_reached_ = false;
+  end_ = 0;
 }
 
 int BGZF::read_block() {
@@ -75,7 +77,9 @@ int BGZF::read_block() {
   block_offset_ = 0;
   const std::uint8_t* const header = file_.peek(kBlockHeaderSize);
   if (header == nullptr) {
-    if (file_.available() == 0 && end_reached_) return 1;
+    // A file that ends before a place that has been read has become shorter.
+    const bool is_at_end = file_.available() == 0 && !file_.read_failed();
+    if (is_at_end && end_reached_ && file_.tell() >= end_) return 1;
     throw InvalidBAMFormat(path_.text());
   }
   const std::size_t block_size = std::size_t{readInt16(header + kBlockSizeOffset)} + 1;
@@ -86,7 +90,10 @@ int BGZF::read_block() {
   if (block == nullptr) throw BAMRead(path_.text());
   file_.skip(block_size);
   block_length_ = inflate_block(block, block_size);
-  if (block_length_ == 0) end_reached_ = true;
+  if (block_length_ == 0) {
+    end_reached_ = true;
+    end_ = std::max(end_, file_.tell());
+  }
   return 0;
 }
 

@@ -104,6 +104,7 @@ class BGZF {
   bool write_mode_ = false;
   bool is_temporary_ = false;
   bool end_reached_ = false;  // an empty block has been read; never cleared
+  std::uint64_t end_ = 0;     // where the last such block in the file ends
   Path path_;
 };
 

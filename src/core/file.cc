@@ -4,9 +4,12 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <string>
 #include <system_error>
 
 #include <sys/types.h>
+
+#include "core/interrupted.h"
 
 namespace readkit {
 namespace {
@@ -19,12 +22,16 @@ constexpr std::size_t kMostReadAhead = std::size_t{1} << 19;
 constexpr std::size_t kWorthSeeking = std::size_t{1} << 12;
 constexpr std::size_t kWriteBuffer = std::size_t{1} << 18;
 
+std::FILE* open_file(const std::string& name, const char* mode) {
+  return open_through_signals([&] { return std::fopen(name.c_str(), mode); });
+}
+
 bool is_for_reading(const char* mode) { return std::strchr(mode, 'r') != nullptr; }
 
 }  // namespace
 
 File::File(const Path& path, const char* mode)
-    : handle_(std::fopen(path.native().c_str(), mode)), read_ahead_(kFirstReadAhead) {
+    : handle_(open_file(path.native(), mode)), read_ahead_(kFirstReadAhead) {
   if (!is_open()) return;
   std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
   if (is_for_reading(mode)) {
@@ -44,9 +51,12 @@ bool File::refill(std::size_t n) {
   std::memmove(window() + place - left, window() + next_, left);
   begin_ = next_ = place - left;
   const std::size_t wanted = std::max(n, read_ahead_);
+  const std::size_t most = wanted - left;
   is_refused_ = !reads_.allow(position_);
   const std::size_t got =
-      is_refused_ ? 0 : std::fread(window() + place, 1, wanted - left, handle_.get());
+      is_refused_ ? 0 : transfer_through_signals(handle_.get(), most, [&](std::size_t done) {
+        return std::fread(window() + place + done, 1, most - done, handle_.get());
+      });
   fill_ = place + got;
   position_ += got;
   read_ahead_ = std::min(2 * read_ahead_, kMostReadAhead);

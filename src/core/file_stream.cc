@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "core/interrupted.h"
+
 namespace readkit {
 namespace {
 
@@ -18,7 +20,7 @@ bool FileStream::Buffer::open(const Path& path, std::ios::openmode mode) {
   const std::string name = path.native();
   reads_ = Transfers(name, false);
   writes_ = Transfers(name, true);
-  return std::filebuf::open(name, mode) != nullptr;
+  return open_through_signals([&] { return std::filebuf::open(name, mode); }) != nullptr;
 }
 
 bool FileStream::Buffer::allow(const Transfers& transfers) {

@@ -88,6 +88,7 @@ void SAM::kxsaminfo(bool& sorted, std::vector<std::uint32_t>& counts,
   int current = 0;
   std::uint32_t last = 0;
   rewind();
+  if (bad()) throw SAMRead(path_.text());
   if (fail()) return;
   std::string_view line;
   while (next_line(line)) {

@@ -46,8 +46,10 @@ bool SAM::next_alignment() {
 }
 
 void SAM::rewind() {
+  if (bad()) return;  // since a read failed, maybe inside the header
   clear();
   seekg(records_start_);
+  if (fail() && is_open()) setstate(std::ios::badbit);
 }
 
 bool SAM::write(const Alignment& record, const BamHeader& header) {

@@ -43,7 +43,9 @@ class SAM : public FileStream {
   bool next_alignment();
   const Alignment& alignment() const { return alignment_; }
   Alignment& alignment() { return alignment_; }
-  /// Seeks to the first record line, also after the end of the file.
+  /// Seeks to the first record line, also after the end of the file. When the file cannot be
+  /// positioned, and after a hard read error, the stream is bad, and reading a record raises
+  /// SAMRead.
   void rewind();
 
   const BamHeader& header() const { return header_; }

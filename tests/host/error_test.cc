@@ -4,6 +4,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -13,6 +14,9 @@
 
 namespace readkit::host::host_error_test {
 namespace {
+
+// An exception that fails to be copied ends the process.
+static_assert(std::is_nothrow_copy_constructible_v<HostError>);
 
 // What callers of the host see of an exception.
 template <typename Exception>

@@ -24,8 +24,8 @@ LEVEL = {folder: level for level, folders in enumerate(LAYERS) for folder in fol
 CODEC_FILES = {"src/core/inflate.cc", "src/core/deflate_zlib.cc", "src/core/deflate_libdeflate.cc"}
 CODEC_HEADERS = {"zlib.h", "libdeflate.h"}
 FILE_HANDLE_FILES = {"src/core/file.h", "src/core/file.cc", "src/core/file_stream.h",
-                     "src/core/file_stream.cc", "src/core/pending_output.h",
-                     "src/core/pending_output.cc"}
+                     "src/core/file_stream.cc", "src/core/interrupted.h",
+                     "src/core/pending_output.h", "src/core/pending_output.cc"}
 FILE_HANDLE = re.compile(r"\b(FILE|fopen|fdopen|freopen|fread|fwrite|fclose|[io]?fstream)\b")
 RAW_NEW = re.compile(r"\bnew\b")
 RAW_DELETE = re.compile(r"(?<!operator )\bdelete\b")

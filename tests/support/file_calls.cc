@@ -58,8 +58,8 @@ std::string findings(const Outputs& out) {
   return text.empty() ? "none" : text;
 }
 
-std::function<Outputs()> gateway(const char* name, int nlhs, std::function<Inputs()> list) {
-  return [=] { return call_gateway(name, nlhs, list()); };
+GatewayCall gateway(const char* function, int nlhs, std::function<Inputs()> list) {
+  return {function, nlhs, std::move(list)};
 }
 
 std::string run(const FileCall& call, bool with_digest) {

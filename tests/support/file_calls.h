@@ -18,9 +18,18 @@ namespace readkit {
 
 inline constexpr char kOk[] = "ok";
 
+/// A gateway function, and how its inputs are made.
+struct GatewayCall {
+  std::string function;
+  int nlhs;
+  std::function<Inputs()> inputs;  ///< removes the output that they name, when it is there
+
+  Outputs operator()() const { return call_gateway(function, nlhs, inputs()); }
+};
+
 struct FileCall {
   std::string name;
-  std::function<Outputs()> run;
+  GatewayCall run;
   /// Counts or the like of what the call gave; empty for nothing to tell.
   std::function<std::string(const Outputs&)> digest;
 };

@@ -8,15 +8,13 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/child.h"
 #include "support/expect_kind.h"
 
 namespace readkit {
 namespace {
-
-constexpr int kNotAllowed = 77;
 
 // May run as a process that is about to end: nothing of it lasts.
 bool mount_disk(const std::string& folder, std::size_t bytes) {
@@ -24,23 +22,6 @@ bool mount_disk(const std::string& folder, std::size_t bytes) {
   if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
   const std::string size = "size=" + std::to_string(bytes);
   return mount("tmpfs", folder.c_str(), "tmpfs", 0, size.c_str()) == 0;
-}
-
-std::string read_all(int from) {
-  std::string text;
-  char buffer[4096];
-  for (ssize_t got = 0; (got = read(from, buffer, sizeof buffer)) > 0;) {
-    text.append(buffer, static_cast<std::size_t>(got));
-  }
-  return text;
-}
-
-void write_all(int to, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t done = write(to, text.data(), text.size());
-    if (done <= 0) return;
-    text.remove_prefix(static_cast<std::size_t>(done));
-  }
 }
 
 // Limits at which files end, or lack their last bytes or their end marker, and where buffers are
@@ -139,21 +120,10 @@ void expect_file_write_at_every_limit(const TempDir& folder, const std::vector<W
 std::optional<std::string> on_small_disk(
     std::size_t bytes, const std::function<std::string(const std::string& folder)>& run) {
   const TempDir mount_point;
-  int pipe_ends[2];
-  if (pipe(pipe_ends) != 0) throw std::runtime_error("cannot make a pipe");
-  const pid_t child = fork();
-  if (child == 0) {
-    if (!mount_disk(mount_point.folder(), bytes)) _exit(kNotAllowed);
-    write_all(pipe_ends[1], run(mount_point.folder()));
-    _exit(0);
-  }
-  close(pipe_ends[1]);
-  const std::string text = read_all(pipe_ends[0]);
-  close(pipe_ends[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (WIFEXITED(status) && WEXITSTATUS(status) == kNotAllowed) return std::nullopt;
-  return text;
+  return in_child([&]() -> std::optional<std::string> {
+    if (!mount_disk(mount_point.folder(), bytes)) return std::nullopt;
+    return run(mount_point.folder());
+  });
 }
 
 }  // namespace readkit

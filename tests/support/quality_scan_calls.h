@@ -68,23 +68,40 @@ struct SmallRead {
 inline constexpr SmallRead kSmallReads[] = {
     {"ACGT", "!\"#$"}, {"GGC", "$$$"}, {"NN", "#!"}, {"ACGT", "$#$#"}};
 
+/// The reads as a structure of the host.
+inline host::Owned small_struct() {
+  std::vector<std::string> sequences;
+  std::vector<std::string> qualities;
+  for (const SmallRead& read : kSmallReads) {
+    sequences.emplace_back(read.bases);
+    qualities.emplace_back(read.qualities);
+  }
+  std::vector<std::pair<std::string, host::Owned>> fields;
+  fields.emplace_back("Sequence", host::make_cell_of_texts(sequences));
+  fields.emplace_back("Quality", host::make_cell_of_texts(qualities));
+  return host::make_struct(std::move(fields));
+}
+
+/// The reads as "a.fastq", "a.sam" and "a.bam" of a folder, or with another base name.
+inline void write_small_reads(const TempDir& folder, const std::string& base = "a") {
+  std::string fastq;
+  std::string sam = "@SQ\tSN:chr1\tLN:100\n";
+  BamBuilder bam;
+  bam.refs(1, 100);
+  for (const auto& [bases, qualities] : kSmallReads) {
+    fastq += std::string("@r\n") + bases + "\n+\n" + qualities + "\n";
+    sam += std::string("r\t0\tchr1\t5\t0\t*\t*\t0\t0\t") + bases + "\t" + qualities + "\n";
+    bam.record(RecordBuilder("r").at(0, 4).seq(bases).qual(qualities));
+  }
+  folder.write(base + ".fastq", fastq);
+  folder.write(base + ".sam", sam);
+  bam.write(folder, base + ".bam");
+}
+
 /// A folder with the reads as "a.fastq", "a.sam" and "a.bam".
 class SmallScans : public testing::Test {
  protected:
-  SmallScans() {
-    std::string fastq;
-    std::string sam = "@SQ\tSN:chr1\tLN:100\n";
-    BamBuilder bam;
-    bam.refs(1, 100);
-    for (const auto& [bases, qualities] : kSmallReads) {
-      fastq += std::string("@r\n") + bases + "\n+\n" + qualities + "\n";
-      sam += std::string("r\t0\tchr1\t5\t0\t*\t*\t0\t0\t") + bases + "\t" + qualities + "\n";
-      bam.record(RecordBuilder("r").at(0, 4).seq(bases).qual(qualities));
-    }
-    folder_.write("a.fastq", fastq);
-    folder_.write("a.sam", sam);
-    bam.write(folder_, "a.bam");
-  }
+  SmallScans() { write_small_reads(folder_); }
 
   Outputs scan(int nlhs) const {
     return call_gateway("scanQualities", nlhs, options_.inputs(folder_));
@@ -98,20 +115,6 @@ class SmallScans : public testing::Test {
     }
     return lengths;
   }
-  // The reads as a structure of the host.
-  static host::Owned small_struct() {
-    std::vector<std::string> sequences;
-    std::vector<std::string> qualities;
-    for (const SmallRead& read : kSmallReads) {
-      sequences.emplace_back(read.bases);
-      qualities.emplace_back(read.qualities);
-    }
-    std::vector<std::pair<std::string, host::Owned>> fields;
-    fields.emplace_back("Sequence", host::make_cell_of_texts(sequences));
-    fields.emplace_back("Quality", host::make_cell_of_texts(qualities));
-    return host::make_struct(std::move(fields));
-  }
-
   TempDir folder_;
   ScanOptions options_;
   LeakCheck leaks_;
