@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <string>
 #include <system_error>
 
 #include <sys/types.h>
@@ -23,8 +24,11 @@ bool is_for_reading(const char* mode) { return std::strchr(mode, 'r') != nullptr
 
 }  // namespace
 
+// 'e': programs that the process starts meanwhile, from other threads say, do not hold the file
+// open.
 File::File(const Path& path, const char* mode)
-    : handle_(std::fopen(path.native().c_str(), mode)), read_ahead_(kFirstReadAhead) {
+    : handle_(std::fopen(path.native().c_str(), (std::string(mode) + 'e').c_str())),
+      read_ahead_(kFirstReadAhead) {
   if (!is_open()) return;
   std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
   if (is_for_reading(mode)) {

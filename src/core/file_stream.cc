@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include <fcntl.h>
+
 namespace readkit {
 namespace {
 
@@ -15,7 +17,10 @@ bool FileStream::Buffer::open(const Path& path, std::ios::openmode mode) {
     room_ = AlignedBuffer(kBufferSize);
     pubsetbuf(room_.data<char>(), kBufferSize);
   }
-  return std::filebuf::open(path.native(), mode) != nullptr;
+  if (std::filebuf::open(path.native(), mode) == nullptr) return false;
+  // As every other file; the standard library has no way to open it so.
+  fcntl(fd(), F_SETFD, FD_CLOEXEC);
+  return true;
 }
 
 // A file buffer of its own would bring out long texts one by one, whatever room is left.
