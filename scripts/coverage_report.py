@@ -4,7 +4,8 @@
     coverage_report.py [--least PERCENT] [--uncovered FILE] TREE EXPORT
 
 EXPORT is what `llvm-cov export` gives. A branch is one of the two ways of a condition that the source
-spells out, each part of an && or || by itself; a template's counts are those of all that it became.
+spells out, each part of an && or || by itself, and neither way of one that compiling decides
+(`while (true)`, `if constexpr`); a template's counts are those of all that it became.
 Prints a line for each folder of TREE; --uncovered writes a line for each branch that is never taken.
 Ends with status 1 when fewer than PERCENT of all branches are.
 """
@@ -23,13 +24,21 @@ def counts_of(export, tree):
         path = pathlib.Path(entry["filename"]).resolve()
         if not path.is_relative_to(tree):
             continue
+        text = path.read_text(encoding="utf-8").splitlines()
         branches = collections.Counter()
         for line, column, _, _, taken, passed, *_ in entry["branches"]:
+            if is_decided(text[line - 1], column):
+                continue
             branches[line, column, True] += taken
             branches[line, column, False] += passed
         lines = entry["summary"]["lines"]
         files[path.relative_to(tree)] = (lines["covered"], lines["count"], branches)
     return files
+
+
+def is_decided(line, column):
+    """Whether the condition that begins at a column, counted from 1, is none at run time."""
+    return line[column - 1:].startswith("true)") or "if constexpr" in line[:column]
 
 
 def share(taken, all_of):
