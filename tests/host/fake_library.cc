@@ -148,6 +148,4 @@ bool TslInitialize_readkit() {
   return added;
 }
 
-void TslTerminate_readkit() {
-  matrix::destroyArray(g_resident.exchange(nullptr));
-}
+void TslTerminate_readkit() { matrix::destroyArray(g_resident.exchange(nullptr)); }
