@@ -2,7 +2,7 @@
 # Everything of substance is in scripts/.
 
 .DEFAULT_GOAL := help
-.PHONY: help demo test build bench bench-check fuzz format lint clean
+.PHONY: help demo test build bench bench-check fuzz tsan coverage format lint clean
 
 help:
 	@echo 'make demo    install what is missing, build, and show what readkit does on real data'
@@ -11,6 +11,8 @@ help:
 	@echo 'make bench   install other tools, build, and measure readkit against them (ARGS: options)'
 	@echo 'make bench-check   count the instructions of hot paths and compare them with those of before'
 	@echo 'make fuzz    install what is missing, build, and fuzz every target (ARGS: seconds, names)'
+	@echo 'make tsan    install what is missing, build, and test calls from several threads under a sanitizer'
+	@echo 'make coverage   install what is missing, and count the branches of src/ that the tests take'
 	@echo 'make format  rewrite the sources in the project'"'"'s format'
 	@echo 'make lint    check format and run clang-tidy'
 	@echo 'make clean   remove build/'
@@ -40,6 +42,14 @@ bench-check:
 fuzz:
 	@scripts/install-dependencies test
 	@scripts/fuzz $(ARGS)
+
+tsan:
+	@scripts/install-dependencies test
+	@scripts/tsan
+
+coverage:
+	@scripts/install-dependencies coverage
+	@scripts/coverage
 
 format:
 	@scripts/format --fix

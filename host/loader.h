@@ -36,7 +36,8 @@ class READKIT_EXPORT Function {
 /// A loaded library with the functions it registered. Copies share one loaded library, which is
 /// told to terminate and is unloaded when the last copy and the last of its functions are gone.
 /// Several libraries may be loaded at once, the same file or different ones: each has its own
-/// functions.
+/// functions. Threads may load at the same time: the entry points of the file must be ready to be
+/// called at the same time then, as those of readkit are.
 class READKIT_EXPORT Library {
  public:
   /// Loads the file at `path` and lets it register its functions. Raises HostError when there is no

@@ -1,8 +1,6 @@
 #include "host/registry.h"
 
 #include <algorithm>
-#include <mutex>
-#include <set>
 #include <utility>
 
 struct txFunctionNamespace {
@@ -10,11 +8,6 @@ struct txFunctionNamespace {
   std::string name;
   std::string path;  ///< The dotted name, itself included.
   std::vector<std::unique_ptr<txFunctionNamespace>> inner;
-};
-
-struct txName {
-  std::string text;
-  friend bool operator<(const txName& a, const txName& b) { return a.text < b.text; }
 };
 
 namespace readkit::host {
@@ -37,17 +30,9 @@ txFunctionNamespace* add_inner(txFunctionNamespace& outer, std::string_view name
 }
 
 // The registry for what no loading library registers.
-Registry& process_registry() {
-  static Registry registry;
+Registry& thread_registry() {
+  thread_local Registry registry;
   return registry;
-}
-
-// Interned names live as long as the process; libraries may be loaded by several threads.
-const txName* intern(std::string_view text) {
-  static std::mutex mutex;
-  static std::set<txName> names;
-  const std::lock_guard<std::mutex> lock(mutex);
-  return &*names.insert(txName{std::string(text)}).first;
 }
 
 }  // namespace
@@ -99,7 +84,11 @@ const RegisteredFunction* Registry::find(std::string_view name) const {
   return found == functions_.end() ? nullptr : &*found;
 }
 
-Registry& Registry::current() { return t_current != nullptr ? *t_current : process_registry(); }
+const txName* Registry::intern(std::string_view text) {
+  return &*names_.insert(txName{std::string(text)}).first;
+}
+
+Registry& Registry::current() { return t_current != nullptr ? *t_current : thread_registry(); }
 
 CurrentRegistry::CurrentRegistry(Registry& registry) : previous_(t_current) {
   t_current = &registry;
@@ -113,7 +102,7 @@ extern "C" {
 
 const txName* txInternName(const char* name) {
   if (name == nullptr || *name == '\0') return nullptr;
-  return readkit::host::intern(name);
+  return readkit::host::Registry::current().intern(name);
 }
 
 txFunctionNamespace* txFindNamespace(const char* name) {

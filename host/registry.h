@@ -3,12 +3,19 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "core/export.h"
 #include "gateway/tx_registry.h"
+
+/// A name that a library interned.
+struct txName {
+  std::string text;
+  friend bool operator<(const txName& a, const txName& b) { return a.text < b.text; }
+};
 
 namespace readkit::host {
 
@@ -20,9 +27,10 @@ struct RegisteredFunction {
   int scope;              ///< The symbol scope that the library passed.
 };
 
-/// The functions that one library registered. Has the namespaces seqlab > internal > readkit from
-/// the start. The operations of gateway/tx_registry.h work on the registry that a CurrentRegistry
-/// of the calling thread names, outside of one on a registry of the process. Not thread-safe.
+/// The functions that one library registered, and the names that it interned. Has the namespaces
+/// seqlab > internal > readkit from the start. The operations of gateway/tx_registry.h work on the
+/// registry that a CurrentRegistry of the calling thread names, outside of one on a registry of
+/// that thread, so no two threads fill one. Several threads may read one that nobody fills.
 class READKIT_EXPORT Registry {
  public:
   Registry();
@@ -41,6 +49,8 @@ class READKIT_EXPORT Registry {
   /// The function of this full name or, for a name without a dot, the first registered function
   /// whose name ends with it after a dot. Null when there is none.
   const RegisteredFunction* find(std::string_view name) const;
+  /// The one name of this text; lives as long as the registry.
+  const txName* intern(std::string_view text);
   /// All functions, in the order of their registration.
   const std::vector<RegisteredFunction>& functions() const { return functions_; }
 
@@ -51,6 +61,7 @@ class READKIT_EXPORT Registry {
   friend class CurrentRegistry;
 
   std::unique_ptr<txFunctionNamespace> root_;
+  std::set<txName> names_;
   std::vector<RegisteredFunction> functions_;
 };
 

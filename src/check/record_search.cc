@@ -55,7 +55,7 @@ std::optional<std::size_t> find_record(std::span<const std::uint8_t> bytes,
   for (std::size_t at = 0; at + kLayoutSize <= bytes.size(); ++at) {
     std::span<const std::uint8_t> rest = bytes.subspan(at);
     bool all_are = true;
-    for (int i = 0; i < kChain && all_are && (i == 0 || rest.size() >= kLayoutSize + 255); ++i) {
+    for (int i = 0; i < kChain && (i == 0 || rest.size() >= kLayoutSize + 255); ++i) {
       all_are = is_record(rest, references);
       if (!all_are) break;
       const std::size_t size =

@@ -22,16 +22,18 @@ constexpr std::size_t kMostReadAhead = std::size_t{1} << 19;
 constexpr std::size_t kWorthSeeking = std::size_t{1} << 12;
 constexpr std::size_t kWriteBuffer = std::size_t{1} << 18;
 
-std::FILE* open_file(const std::string& name, const char* mode) {
-  return open_through_signals([&] { return std::fopen(name.c_str(), mode); });
+std::FILE* open_file(const std::string& name, const std::string& mode) {
+  return open_through_signals([&] { return std::fopen(name.c_str(), mode.c_str()); });
 }
 
 bool is_for_reading(const char* mode) { return std::strchr(mode, 'r') != nullptr; }
 
 }  // namespace
 
+// 'e': programs that the process starts meanwhile, from other threads say, do not hold the file
+// open.
 File::File(const Path& path, const char* mode)
-    : handle_(open_file(path.native(), mode)), read_ahead_(kFirstReadAhead) {
+    : handle_(open_file(path.native(), std::string(mode) + 'e')), read_ahead_(kFirstReadAhead) {
   if (!is_open()) return;
   std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
   if (is_for_reading(mode)) {

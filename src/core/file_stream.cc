@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include <fcntl.h>
+
 #include "core/interrupted.h"
 
 namespace readkit {
@@ -20,7 +22,10 @@ bool FileStream::Buffer::open(const Path& path, std::ios::openmode mode) {
   const std::string name = path.native();
   reads_ = Transfers(name, false);
   writes_ = Transfers(name, true);
-  return open_through_signals([&] { return std::filebuf::open(name, mode); }) != nullptr;
+  if (!open_through_signals([&] { return std::filebuf::open(name, mode); })) return false;
+  // As every other file; the standard library has no way to open it so.
+  fcntl(fd(), F_SETFD, FD_CLOEXEC);
+  return true;
 }
 
 bool FileStream::Buffer::allow(const Transfers& transfers) {

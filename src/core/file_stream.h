@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include <ext/stdio_filebuf.h>
+
 #include "core/aligned_buffer.h"
 #include "core/monitor.h"
 #include "core/path.h"
@@ -37,7 +39,7 @@ class FileStream : public std::iostream {
 
  private:
   // Opens the protected window of a file buffer to `next_line`, and collects what is written.
-  class Buffer : public std::filebuf {
+  class Buffer : public __gnu_cxx::stdio_filebuf<char> {
    public:
     // The base brings out its last bytes when it ends: too late, its room is gone by then.
     ~Buffer() override { std::filebuf::close(); }

@@ -54,7 +54,7 @@ ParsedLong scan_long(std::string_view text, int base) {
     if (result.value < (kLowest + digit) / base) {
       result.in_range = false;
       result.value = kLowest;
-    } else if (result.in_range) {
+    } else {
       result.value = result.value * base - digit;
     }
   }

@@ -12,7 +12,9 @@ struct txName;
 
 extern "C" {
 
-/// The interned form of `name`; null, the host's null name, for an empty or absent name.
+/// The interned form of `name`; null, the host's null name, for an empty or absent name. Valid
+/// until the library that asks is unloaded, or, asked for by one that is already loaded, until the
+/// thread ends.
 READKIT_EXPORT const txName* txInternName(const char* name);
 /// The outermost namespace of the given name, or null.
 READKIT_EXPORT txFunctionNamespace* txFindNamespace(const char* name);

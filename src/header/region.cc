@@ -1,5 +1,4 @@
 // Region strings: name:begin-end.
-#include <limits>
 #include <string>
 
 #include "core/errors.h"
@@ -22,8 +21,7 @@ bool BamHeader::parse_region(const std::string& region, int* ref_id, int* beg, i
   const std::size_t dash = region.find('-', colon + 1);
   if (dash == std::string::npos) throw InvalidRegion(to_ustring(region));
   const int first = std::stoi(without_commas(region.substr(colon + 1, dash - colon - 1)));
-  // The lowest number has no predecessor and stays.
-  *beg = first == std::numeric_limits<int>::min() ? first : first - 1;
+  *beg = first - 1;  // no text without a dash is below 0
   *end = std::stoi(without_commas(region.substr(dash + 1)));
   return true;
 }

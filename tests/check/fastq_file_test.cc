@@ -32,6 +32,8 @@ TEST(FastqFile, SoundReadsPass) {
 
 TEST(FastqFile, EveryRuleOfARead) {
   EXPECT_EQ(found_in(read() + "@r2\nAC1T\n+\nIIII\n"), (Found{"Sequence 6 2"}));
+  EXPECT_EQ(found_in(read() + "@r2\nAC{T\n+\nIIII\n"), (Found{"Sequence 6 2"}));
+  EXPECT_EQ(found_in(read() + "@r2\nAC*-\n+\nIIII\n"), Found{});
   EXPECT_EQ(found_in(read() + "@r2\nACGT\n+\nII I\n"), (Found{"Quality 8 2"}));
   EXPECT_EQ(found_in(read() + "@r2\nACGT\n+\nIII\x7f\n"), (Found{"Quality 8 2"}));
   EXPECT_EQ(found_in(read() + "@r2\nACGT\n+\nIII\n"), (Found{"QualityLength 8 2"}));

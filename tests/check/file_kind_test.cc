@@ -39,6 +39,7 @@ TEST(CheckedFileKind, TextIsKnownByItsFirstLines) {
   EXPECT_EQ(kind("@SQ\tx\nACGT\n+\nIIII\n"), FileKind::kFastq);
   EXPECT_EQ(kind("@CO\tx\n@CO\tx\n+\t\n"), FileKind::kSam);  // the second line has a TAB
   EXPECT_EQ(kind("@r1"), FileKind::kFastq);
+  EXPECT_EQ(kind("@HD"), FileKind::kFastq);  // a header line has a TAB behind its type
 }
 
 TEST(CheckedFileKind, OtherBytesAreUnknown) {
@@ -46,6 +47,7 @@ TEST(CheckedFileKind, OtherBytesAreUnknown) {
   EXPECT_EQ(kind(">chr1\nACGT\n"), FileKind::kUnknown);
   EXPECT_EQ(kind(std::string("a\tb\0c\n", 6)), FileKind::kUnknown);
   EXPECT_EQ(kind(std::string(100, '\0')), FileKind::kUnknown);
+  EXPECT_EQ(kind("\x1f" + std::string(100, 'x')), FileKind::kUnknown);
 }
 
 }  // namespace

@@ -106,6 +106,8 @@ TEST(CheckOfARecord, CigarCoversTheSequence) {
 TEST(CheckOfARecord, CigarOpsAreOfAKnownKind) {
   EXPECT_EQ(found_in(RecordBuilder("r").at(0, 5).seq("AC").cigar_op(2, 9)), only("CigarOp"));
   EXPECT_EQ(found_in(RecordBuilder("r").at(0, 5).seq("AC").cigar_op(2, 15)), only("CigarOp"));
+  EXPECT_EQ(found_in(RecordBuilder("r").at(0, 5).seq("AC").cigar_op(2, 9).cigar_op(2, 9)),
+            only("CigarOp"));
 }
 
 TEST(CheckOfARecord, BinIsThatOfThePositions) {
@@ -156,6 +158,7 @@ TEST(CheckOfARecord, OptionalFieldsOfAnotherFormAreFound) {
       std::string("XXq\1", 4),
       "XXi\1\2\3",                // cut short
       "XXZtext",                  // without its NUL
+      "XXZ",                      // without anything
       std::string("XXH0\0", 5),   // half a pair
       std::string("XXHag\0", 6),  // no digits
       std::string("XXA\1", 4),    // cannot be printed

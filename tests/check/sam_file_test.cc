@@ -77,6 +77,9 @@ TEST(CheckSamFile, EveryRuleOfALine) {
   EXPECT_EQ(with<&SamLine::cigar>("*"), Found{});
   EXPECT_EQ(with<&SamLine::seq>("ACGT ACGTA"), only("Sequence"));
   EXPECT_EQ(with<&SamLine::seq>("acgtn=.ACG"), Found{});
+  EXPECT_EQ(with<&SamLine::seq>("ACGTACGTA{"), only("Sequence"));
+  EXPECT_EQ(with<&SamLine::seq>("").front(), only("Sequence").front());
+  EXPECT_EQ(with<&SamLine::qual>("IIIIIIIII\x7f"), only("Quality"));
   EXPECT_EQ(with<&SamLine::qual>("IIIIIIII I"), only("Quality"));
   EXPECT_EQ(with<&SamLine::qual>("III"), only("QualityLength"));
   EXPECT_EQ(with<&SamLine::qual>("*"), Found{});
@@ -103,6 +106,16 @@ TEST(CheckSamFile, HeaderIsChecked) {
 TEST(CheckSamFile, WithoutADictionaryEveryReferenceIsTaken) {
   EXPECT_EQ(found_in(SamLine().text() + "\n"), Found{});
   EXPECT_EQ(found_in("@CO\tx\n" + SamLine().text() + "\n"), Found{});
+  EXPECT_EQ(found_in(SamLine().text() + "\n" + SamLine().text() + "\n"), Found{});
+}
+
+TEST(CheckSamFile, EveryLineOfAReferenceThatTheDictionaryLacksIsFound) {
+  SamLine line;
+  line.rname = "chrX";
+  line.rnext = "*";
+  line.pnext = "0";
+  EXPECT_EQ(found_in(kHeader + line.text() + '\n' + line.text() + '\n'),
+            (Found{"Reference 4 1", "Reference 5 2"}));
 }
 
 TEST(CheckSamFile, OrderIsThatOfTheDictionary) {

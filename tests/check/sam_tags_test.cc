@@ -22,7 +22,7 @@ TEST(SamTags, FieldsOfEveryTypePass) {
   for (const char* field :
        {"XA:A:!", "XA:A:~", "XI:i:0", "XI:i:-2147483648", "XI:i:4294967295", "XI:i:+5", "XF:f:1",
         "XF:f:-1.5e-7", "XF:f:+.5", "XF:f:009E+3", "XZ:Z:", "XZ:Z:a b:c", "XH:H:", "XH:H:0AF9",
-        "XB:B:c,1,-2", "XB:B:f,1.5,2", "XB:B:I", "x9:Z:a"}) {
+        "XB:B:c,1,-2", "XB:B:f,1.5,2", "XB:B:I", "x9:Z:a", "zZ:Z:a"}) {
     EXPECT_EQ(found_in(field), Found{}) << field;
   }
   EXPECT_EQ(found_in("NM:i:1\tNH:i:1\tnm:i:1"), Found{});
@@ -66,6 +66,15 @@ TEST(SamTags, FieldsOfAnotherFormAreFound) {
                             "XB:B:c,x",
                             "XB:B:c1",
                             "XX:q:1",
+                            "N{:i:1",
+                            "{N:i:1",
+                            "N;:i:1",
+                            "N-:i:1",
+                            "XA:A:\x7f",
+                            "XZ:Z:\x7f",
+                            "XH:H:0:",
+                            "XH:H:0G",
+                            "XF:f:1x",
                             "XC:C:1"}) {
     EXPECT_EQ(found_in(field), (Found{"Tag 4 2"})) << field;
   }

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/closes_on_exec.h"
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
@@ -98,6 +99,14 @@ std::string random_lines(Random& random) {
   }
   if (random() % 2 == 0 && !text.empty()) text.pop_back();
   return text;
+}
+
+TEST(FileStream, ProgramsThatTheProcessStartsDoNotHoldItsFileOpen) {
+  const TempDir folder;
+  FileStream stream;
+  stream.open(folder.path("f"), std::ios::out);
+  ASSERT_TRUE(stream.is_open());
+  EXPECT_TRUE(closes_on_exec(folder.native("f")));
 }
 
 TEST(FileStream, FileThatIsMissingSetsTheFailBit) {

@@ -1,6 +1,7 @@
 #include "core/file.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -10,8 +11,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/closes_on_exec.h"
 #include "support/random_data.h"
 #include "support/temp_dir.h"
 
@@ -39,6 +42,31 @@ TEST(File, FileThatCannotBeOpenedIsClosed) {
   const TempDir folder;
   EXPECT_FALSE(File(folder.path("missing"), "rb").is_open());
   EXPECT_FALSE(File(folder.path("missing/out"), "wb").is_open());
+}
+
+// They did: a program started by another thread amid a long call kept the disk space of temporary
+// files, and a pipe open that its reader waited for.
+TEST(File, ProgramsThatTheProcessStartsDoNotHoldFilesOpen) {
+  const TempDir folder;
+  const File in(folder.write("in", "abc"), "rb");
+  const File out(folder.path("out"), "w");
+  EXPECT_TRUE(closes_on_exec(folder.native("in")));
+  EXPECT_TRUE(closes_on_exec(folder.native("out")));
+}
+
+// What waits to be written must not come out twice, as what the standard library keeps would.
+TEST(File, AChildThatExitsBringsOutNothingOfItsParent) {
+  const TempDir folder;
+  File out(folder.path("out"), "wb");
+  ASSERT_TRUE(out.write("abc", 3));
+  const pid_t child = fork();
+  if (child == 0) std::exit(0);
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(folder.read("out"), "");
+  EXPECT_TRUE(out.close());
+  EXPECT_EQ(folder.read("out"), "abc");
 }
 
 TEST(File, PeekShowsBytesWithoutTakingThem) {

@@ -3,6 +3,7 @@
 //
 // The environment variable READKIT_FAKE_LIBRARY changes what loading does: "registers_nothing",
 // "registers_two", "refuses" or "raises".
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
@@ -18,8 +19,8 @@
 namespace {
 
 // Lives from initialisation to termination, so that tests can tell from the number of live arrays
-// whether the library was terminated.
-txArray* g_resident = nullptr;
+// whether the library was terminated. Several threads may load it at once.
+std::atomic<txArray*> g_resident = nullptr;
 
 std::string mode() {
   const char* const value = std::getenv("READKIT_FAKE_LIBRARY");
@@ -143,11 +144,8 @@ bool TslInitialize_readkit() {
     added = txAddFunction(ns, txInternName(entry.name), entry.function, nullptr, 2);
   }
   if (mode() == "refuses") return false;
-  if (g_resident == nullptr) g_resident = txCreateString("resident");
+  matrix::destroyArray(g_resident.exchange(txCreateString("resident")));
   return added;
 }
 
-void TslTerminate_readkit() {
-  matrix::destroyArray(g_resident);
-  g_resident = nullptr;
-}
+void TslTerminate_readkit() { matrix::destroyArray(g_resident.exchange(nullptr)); }

@@ -159,5 +159,19 @@ TEST(Registry, OutsideOfALoadThereIsARegistryWithTheNamespaces) {
   EXPECT_NE(library_namespace(), nullptr);
 }
 
+// All threads filled one registry of the process at once, and found each other's functions there.
+TEST(Registry, OutsideOfALoadEveryThreadHasItsOwnRegistry) {
+  ASSERT_TRUE(add("of_the_main_thread", first_gateway));
+  bool added = false;
+  std::vector<std::string> seen;
+  std::thread([&] {
+    added = add("of_another_thread", second_gateway);
+    seen = names_in(Registry::current());
+  }).join();
+  EXPECT_TRUE(added);
+  EXPECT_EQ(seen, std::vector<std::string>{"seqlab.internal.readkit.of_another_thread"});
+  EXPECT_EQ(Registry::current().find("of_another_thread"), nullptr);
+}
+
 }  // namespace
 }  // namespace readkit::host::host_registry_test

@@ -7,6 +7,7 @@ import unittest
 
 from check_layers import check
 from check_namespaces import strangers
+from check_shared_state import unknown
 from list_missing_tests import missing_tests
 
 
@@ -155,6 +156,31 @@ class NamespacesTest(unittest.TestCase):
     def test_empty_tree(self):
         with Tree({}) as root:
             self.assertEqual(len(strangers(root)), 1)
+
+
+class SharedState(unittest.TestCase):
+    """Lines of `objdump -t`."""
+
+    def test_what_threads_share_is_named(self):
+        symbols = (
+            "0000000000061c80 l     O .bss\t0000000000000030              _ZN7readkitL7g_namesE\n"
+            "0000000000061c40 g     O .data\t0000000000000008 .hidden _ZN7readkit7g_countE\n"
+        )
+        self.assertEqual(unknown(symbols), ["readkit::g_count", "readkit::g_names"])
+
+    def test_constants_and_what_each_thread_has_are_not(self):
+        symbols = (
+            "0000000000000078 l       .tbss\t0000000000000008              _ZN7readkit1tE\n"
+            "0000000000061c40 l     O .data.rel.ro\t0000000000000008              _ZN7readkit1kE\n"
+            "0000000000061c40 l     O .data\t0000000000000000              __dso_handle\n"
+        )
+        self.assertEqual(unknown(symbols), [])
+
+    def test_what_is_known_to_be_safe_is_not_whatever_linkers_call_it(self):
+        name = "_ZZN7readkit12_GLOBAL__N_16in_useEvE3use"
+        for suffix in ("", ".lto_priv.0"):
+            line = f"0000000000061c90 l     O .bss\t0000000000000001              {name}{suffix}\n"
+            self.assertEqual(unknown(line), [])
 
 
 if __name__ == "__main__":

@@ -341,6 +341,7 @@ TEST(SamParse, StrtolIdxReadsFromAnIndexAndTellsWhereItStopped) {
   EXPECT_EQ(end, 1U);
   EXPECT_EQ(Alignment::strtol_idx("12", 9, &end), 0);
   EXPECT_EQ(end, 2U);
+  EXPECT_EQ(Alignment::strtol_idx("x12", 1), 12);
 }
 
 TEST(SamParse, StrtofIdxReadsFromAnIndexAndTellsWhereItStopped) {
@@ -349,6 +350,7 @@ TEST(SamParse, StrtofIdxReadsFromAnIndexAndTellsWhereItStopped) {
   EXPECT_EQ(end, 6U);
   EXPECT_EQ(Alignment::strtof_idx("xyz", 1, &end), 0.0F);
   EXPECT_EQ(end, 1U);
+  EXPECT_EQ(Alignment::strtof_idx("x1.5", 1), 1.5F);
 }
 
 }  // namespace

@@ -244,6 +244,9 @@ TEST(TagSnprintf, NextIsOptional) {
   const Exact value("\x07");
   EXPECT_EQ(tag_snprintf(out, sizeof out, value.begin(), 'C', 1), 2);
   EXPECT_EQ(std::string(out, 2), "7\t");
+  const Exact text(std::string("ab\0", 3));
+  EXPECT_EQ(tag_snprintf(out, sizeof out, text.begin(), 'Z', 1), 3);
+  EXPECT_EQ(std::string(out, 3), "ab\t");
 }
 
 TEST(TagSnprintf, ElementThatDoesNotFitEndsThePrintingBeforeIt) {

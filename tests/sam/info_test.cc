@@ -106,6 +106,14 @@ TEST_F(SamInfo, PositionsAreUnsigned) {
   EXPECT_TRUE(info_of(at("a", "4294967294") + "\n" + at("a", "4294967295")).sorted);
 }
 
+TEST_F(SamInfo, LongPositionsThatFit64BitsAreCutTo32) {
+  const std::string nine = "18446744069414584329";  // 2^64 - 2^32 + 9
+  EXPECT_TRUE(info_of(at("a", "8") + "\n" + at("a", nine) + "\n" + at("a", "10")).sorted);
+  EXPECT_FALSE(info_of(at("a", "10") + "\n" + at("a", nine)).sorted);
+  // One digit more saturates.
+  EXPECT_FALSE(info_of(at("a", nine + "0") + "\n" + at("a", "10")).sorted);
+}
+
 TEST_F(SamInfo, ScanForTheFlagAloneStopsAtTheFirstLineOutOfOrder) {
   const std::vector<std::pair<std::string, int>> places = {
       {"a", 5}, {"b", 9}, {"b", 8}, {"c", 1}, {"a", 1}};

@@ -25,11 +25,11 @@ std::size_t resident_growth(const Step& step) {
   return peak > before ? peak - before : 0;
 }
 
-/// Whether memory that is let go of may be kept for a while all the same.
-#if defined(__SANITIZE_ADDRESS__)
+/// Whether memory that is let go of may be kept for a while all the same, as sanitizers do.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kMemoryIsKept = true;
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 inline constexpr bool kMemoryIsKept = true;
 #else
 inline constexpr bool kMemoryIsKept = false;
