@@ -203,7 +203,7 @@ class Sweep {
         if (fault) faults.emplace(*fault);
         outputs = call_.run();
       }
-      outputs_ += text_of(outputs);
+      outputs_ += described(outputs);
     } catch (const host::HostError& error) {
       error_ += error.identifier();
     } catch (...) {

@@ -53,7 +53,7 @@ class FileConditions : public testing::Test {
     const std::size_t open_before = open_files();
     std::string error;
     try {
-      last_ = text_of(call.run());
+      last_ = described(call.run());
     } catch (const host::HostError& raised) {
       error = raised.identifier();
     }

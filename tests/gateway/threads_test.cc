@@ -27,34 +27,6 @@
 namespace readkit::gateway_threads_test {
 namespace {
 
-// An array with all it holds, as text.
-std::string described(const txArray* a) {
-  if (a == nullptr) return "null";
-  std::string text = host::class_name(txGetClassID(a));
-  for (const std::size_t size : host::dims_of(a)) text += ' ' + std::to_string(size);
-  text += '(';
-  switch (txGetClassID(a)) {
-    case txCHAR_CLASS:
-      text += host::text_of(a);
-      break;
-    case txCELL_CLASS:
-      for (std::size_t i = 0; i < txGetNumberOfElements(a); ++i) {
-        text += described(host::cell_of(a, i)) + ',';
-      }
-      break;
-    case txSTRUCT_CLASS:
-      for (std::size_t i = 0; i < txGetNumberOfElements(a); ++i) {
-        for (const std::string& field : host::field_names_of(a)) {
-          text += field + '=' + described(host::field_of(a, field, i)) + ',';
-        }
-      }
-      break;
-    default:
-      for (const double number : host::numbers_of(a)) text += std::to_string(number) + ' ';
-  }
-  return text + ')';
-}
-
 using Results = std::map<std::string, std::string>;
 
 // A folder with files of its own, which every gateway function works on.

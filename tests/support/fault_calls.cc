@@ -31,40 +31,7 @@ FaultCall direct(std::string name, const std::function<void()>& work) {
           }};
 }
 
-void append_text(std::string& text, const txArray* a) {
-  if (a == nullptr) {
-    text += "none;";
-    return;
-  }
-  const txClassID class_id = txGetClassID(a);
-  text += host::class_name(class_id);
-  for (const std::size_t size : host::dims_of(a)) text += "," + std::to_string(size);
-  text += ":";
-  if (class_id == txCELL_CLASS) {
-    for (std::size_t i = 0; i < txGetNumberOfElements(a); ++i)
-      append_text(text, host::cell_of(a, i));
-  } else if (class_id == txSTRUCT_CLASS) {
-    for (const std::string& field : host::field_names_of(a)) {
-      text += field + "=";
-      for (std::size_t i = 0; i < txGetNumberOfElements(a); ++i) {
-        append_text(text, host::field_of(a, field, i));
-      }
-    }
-  } else if (class_id == txCHAR_CLASS) {
-    text += host::text_of(a);
-  } else {
-    for (const double value : host::numbers_of(a)) text += std::to_string(value) + " ";
-  }
-  text += ";";
-}
-
 }  // namespace
-
-std::string text_of(const Outputs& outputs) {
-  std::string text;
-  for (const host::Owned& output : outputs) append_text(text, output.get());
-  return text;
-}
 
 FaultFolder::FaultFolder(const BamBuilder& sorted, const Reads& unsorted) : place_(sorted) {
   const TempDir& files = folder();

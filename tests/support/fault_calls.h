@@ -46,7 +46,4 @@ class FaultFolder {
   Names sources_;
 };
 
-/// Class, shape and content of arrays, to be compared.
-std::string text_of(const Outputs& outputs);
-
 }  // namespace readkit

@@ -41,6 +41,39 @@ std::vector<std::string> texts_of(const host::Owned& a) {
   return texts;
 }
 
+std::string described(const txArray* a) {
+  if (a == nullptr) return "null";
+  std::string text = host::class_name(txGetClassID(a));
+  for (const std::size_t size : host::dims_of(a)) text += ' ' + std::to_string(size);
+  text += '(';
+  switch (txGetClassID(a)) {
+    case txCHAR_CLASS:
+      text += host::text_of(a);
+      break;
+    case txCELL_CLASS:
+      for (std::size_t i = 0; i < txGetNumberOfElements(a); ++i) {
+        text += described(host::cell_of(a, i)) + ',';
+      }
+      break;
+    case txSTRUCT_CLASS:
+      for (std::size_t i = 0; i < txGetNumberOfElements(a); ++i) {
+        for (const std::string& field : host::field_names_of(a)) {
+          text += field + '=' + described(host::field_of(a, field, i)) + ',';
+        }
+      }
+      break;
+    default:
+      for (const double number : host::numbers_of(a)) text += std::to_string(number) + ' ';
+  }
+  return text + ')';
+}
+
+std::string described(const Outputs& outputs) {
+  std::string text;
+  for (const host::Owned& output : outputs) text += described(output.get()) + ';';
+  return text;
+}
+
 LeakCheck::~LeakCheck() {
   EXPECT_EQ(host::live_arrays(), arrays_) << "arrays were left over";
   EXPECT_EQ(host::live_blocks(), blocks_) << "blocks of host memory were left over";

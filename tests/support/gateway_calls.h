@@ -72,6 +72,10 @@ std::string row_text_of(const host::Owned& a);
 std::vector<std::string> texts_of(const host::Owned& a);
 inline constexpr char kEmptyCell[] = "(empty cell)";
 
+/// An array with its class, its shape and all it holds, as text to be compared; and of several.
+std::string described(const txArray* a);
+std::string described(const Outputs& outputs);
+
 /// Expects as many arrays and blocks of host memory at the end of its life as at its beginning.
 class LeakCheck {
  public:
