@@ -27,7 +27,7 @@ class FaultFolder {
   /// A file in coordinate order, and reads in any; SAM text can hold both.
   FaultFolder(const BamBuilder& sorted, const Reads& unsorted);
 
-  const TempDir& folder() const { return place_.folder(); }
+  const TempDir& folder() const { return place_.files().folder(); }
   /// All seventeen registered functions and those that are only exported, in the library of this
   /// program's flavour; and the sorts and the shuffle with several runs and their temporaries. They
   /// live as long as this object.
