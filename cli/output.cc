@@ -6,6 +6,8 @@
 
 #include <unistd.h>
 
+#include "cli/interrupt.h"
+
 namespace readkit::cli {
 
 Output::Output(int fd) : fd_(fd), buffer_(kBufferSize, '\0') {}
@@ -21,7 +23,10 @@ void Output::append(std::string_view text) {
 void Output::write_out() {
   for (std::size_t done = 0; done < used_;) {
     const ssize_t n = write(fd_, &buffer_[done], used_ - done);
-    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && errno == EINTR) {
+      check_interrupts();
+      continue;
+    }
     if (n <= 0) {
       const int reason = n < 0 ? errno : EIO;
       used_ = 0;

@@ -33,7 +33,7 @@ class Output {
   }
   void advance(const char* end) { used_ = static_cast<std::size_t>(end - buffer_.data()); }
 
-  /// Writes what is buffered. Raises OutputError, as the others do.
+  /// Writes what is buffered. Raises OutputError and Interrupted, as the others do.
   void finish() { write_out(); }
 
   static constexpr std::size_t kMaxRoom = std::size_t{1} << 15;

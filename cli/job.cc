@@ -1,0 +1,56 @@
+#include "cli/job.h"
+
+#include <unistd.h>
+
+#include "cli/advice.h"
+#include "cli/interrupt.h"
+#include "cli/libraries.h"
+#include "cli/terminal.h"
+#include "cli/version.h"
+#include "host/call.h"
+
+namespace readkit::cli {
+
+Job::Job(const std::string& command, const CommonOptions& options)
+    : command_(command),
+      options_(options),
+      messages_(command, options.quiet),
+      progress_(command, !options.quiet && options.progress.value_or(terminal().errors)),
+      out_(STDOUT_FILENO),
+      json_(out_) {}
+
+JsonWriter& Job::begin_document() {
+  begun_ = true;
+  json_.begin_object();
+  json_.member("format", "readkit-" + command_);
+  json_.member("version", 1);
+  json_.member("readkit", version());
+  return json_;
+}
+
+void Job::end_document() { json_.end_object(); }
+
+std::vector<host::Owned> Job::call_with(const char* function, int nlhs,
+                                        const std::vector<host::Owned>& inputs) {
+  check_interrupts();
+  try {
+    if (!library_) library_.emplace(library_path(options_.library));
+    return host::call(library_->function(function), nlhs, inputs);
+  } catch (const host::HostError& e) {
+    check_interrupts();
+    throw failure_of(e, main_file_, [this](const std::string& path) { return shown(path); });
+  }
+}
+
+void Job::show_as(const std::string& path, const std::string& name) {
+  names_.emplace_back(path, name);
+}
+
+std::string Job::shown(const std::string& path) const {
+  for (const auto& [prefix, name] : names_) {
+    if (path == prefix || path.starts_with(prefix + '/')) return name;
+  }
+  return path;
+}
+
+}  // namespace readkit::cli
