@@ -5,7 +5,8 @@
 #include <span>
 #include <string_view>
 
-#include "host/call.h"
+#include "cli/advice.h"
+#include "cli/job.h"
 #include "host/error.h"
 
 namespace readkit::cli {
@@ -20,14 +21,19 @@ constexpr int kOutputs = 6;
 constexpr int kLargest = QualityCounts::kQualities;
 constexpr std::size_t kRows = kLargest + 1;
 
-std::vector<host::Owned> inputs_of(ReadFileKind kind, const std::string& path,
-                                   const ScanSettings& settings) {
+// What scanQualities calls the kinds of files.
+int source_type(Kind kind) {
+  if (kind == Kind::kFastq) return 1;
+  return kind == Kind::kSam ? 2 : 3;
+}
+
+std::vector<host::Owned> inputs_of(const Input& input, const ScanSettings& settings) {
   const auto number = [](std::int64_t value) { return host::make_scalar(value); };
   std::vector<std::int64_t> selected(static_cast<std::size_t>(settings.first.value_or(0)));
   std::iota(selected.begin(), selected.end(), 0);
   std::vector<host::Owned> inputs;
-  inputs.push_back(number(static_cast<std::int64_t>(kind)));
-  inputs.push_back(host::make_text(path));
+  inputs.push_back(number(source_type(input.kind())));
+  inputs.push_back(host::make_text(std::string_view(input.path())));
   inputs.push_back(number(0));
   inputs.push_back(number(kLargest));
   inputs.push_back(number('!'));
@@ -64,14 +70,13 @@ Sums row_sums(std::span<const double> matrix, std::size_t rows, std::size_t begi
 
 }  // namespace
 
-QualityCounts::QualityCounts(const host::Library& library, ReadFileKind kind,
-                             const std::string& path, const ScanSettings& settings)
-    : outputs_(host::call(library.function("scanQualities"), kOutputs,
-                          inputs_of(kind, path, settings))) {
+QualityCounts::QualityCounts(Job& job, const Input& input, const ScanSettings& settings)
+    : outputs_(job.call_with("scanQualities", kOutputs, inputs_of(input, settings))) {
   // No character of a quality line stands for the row that was asked for in excess.
   const std::span<const double> matrix = values(outputs_[kQualityMatrix]);
   for (std::size_t last = kRows - 1; last < matrix.size(); last += kRows) {
-    if (matrix[last] != 0) throw host::HostError("seqlab:scanqualities:InvalidData", {});
+    if (matrix[last] == 0) continue;
+    throw failure_of(host::HostError("seqlab:scanqualities:InvalidData"), input.name(), {});
   }
 }
 

@@ -5,17 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
+#include "cli/input.h"
 #include "host/array.h"
-#include "host/loader.h"
 
 namespace readkit::cli {
 
-/// The kinds of files that can be scanned, by the numbers that scanQualities has for them.
-enum class ReadFileKind : std::uint8_t { kFastq = 1, kSam = 2, kBam = 3 };
+class Job;
 
 /// Which reads are counted, and what part of them.
 struct ScanSettings {
@@ -44,9 +42,8 @@ class QualityCounts {
   using Histogram = std::array<std::uint64_t, kQualities>;
   using Letters = std::array<std::uint64_t, kLetters>;
 
-  /// Scans the file. Raises host::HostError for what the library reports.
-  QualityCounts(const host::Library& library, ReadFileKind kind, const std::string& path,
-                const ScanSettings& settings);
+  /// Scans the file. Raises Failure, and Interrupted.
+  QualityCounts(Job& job, const Input& input, const ScanSettings& settings);
 
   std::uint64_t reads() const;
   /// The length of the longest read.

@@ -174,16 +174,9 @@ Json length_json(const Counts& lengths, std::uint64_t reads) {
       {"histogram", length_bins(lengths)}};
 }
 
-const char* kind_name(ReadFileKind kind) {
-  switch (kind) {
-    case ReadFileKind::kFastq:
-      return "fastq";
-    case ReadFileKind::kSam:
-      return "sam";
-    case ReadFileKind::kBam:
-      break;
-  }
-  return "bam";
+const char* kind_name(Kind kind) {
+  if (kind == Kind::kFastq) return "fastq";
+  return kind == Kind::kSam ? "sam" : "bam";
 }
 
 }  // namespace

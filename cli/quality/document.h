@@ -21,7 +21,7 @@ struct Sample {
   std::string name;
   /// As it was given.
   std::string file;
-  ReadFileKind kind = ReadFileKind::kFastq;
+  Kind kind = Kind::kFastq;
   Encoding encoding;
 };
 

@@ -1,7 +1,8 @@
 #include "cli/quality/encoding.h"
 
 #include <algorithm>
-#include <stdexcept>
+
+#include "cli/failure.h"
 
 namespace readkit::cli {
 namespace {
@@ -38,7 +39,8 @@ Encoding detected(int least, int most) {
 
 }  // namespace
 
-Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qualities) {
+Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qualities,
+                     const std::string& file) {
   const auto occurs = [](std::uint64_t count) { return count != 0; };
   const auto first = std::find_if(qualities.begin(), qualities.end(), occurs);
   const bool none = first == qualities.end();
@@ -50,9 +52,10 @@ Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qual
       return {kOffset33, false, true, "phred+33"};
     case EncodingChoice::kPhred64:
       if (!none && least < kLeast64) {
-        throw std::runtime_error("the quality character " +
-                                 std::string(1, static_cast<char>(least)) +
-                                 " does not occur in phred+64");
+        throw Failure(file,
+                      "the quality character " + std::string(1, static_cast<char>(least)) +
+                          " does not occur in phred+64",
+                      {}, "use --encoding 33, or auto to have the file tell");
       }
       return {kOffset64, false, true, "phred+64"};
     case EncodingChoice::kAuto:

@@ -1,6 +1,7 @@
 // Which quality a character stands for.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "cli/quality/counts.h"
@@ -27,7 +28,8 @@ struct Encoding {
 };
 
 /// The encoding that `choice` names or, for kAuto, that these qualities of a whole file tell.
-/// Raises std::runtime_error, with a text for users, when the qualities cannot be of that encoding.
-Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qualities);
+/// Raises Failure when the qualities of this file cannot be of that encoding.
+Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qualities,
+                     const std::string& file);
 
 }  // namespace readkit::cli

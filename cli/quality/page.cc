@@ -6,6 +6,11 @@
 #include <string_view>
 #include <vector>
 
+#include <unistd.h>
+
+#include "cli/byte_source.h"
+#include "cli/failure.h"
+#include "cli/libraries.h"
 #include "cli/quality/verdicts.h"
 
 namespace readkit::cli {
@@ -42,7 +47,7 @@ std::string text_of(const Json& value) {
   if (value.is_string()) return escaped(value.get<std::string>());
   if (value.is_null()) return "&ndash;";
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
-  return value.dump();
+  return number_text(value);
 }
 
 // 1234567 as 1,234,567.
@@ -298,6 +303,21 @@ std::string part(const std::string& name, const Json& document) {
 }
 
 }  // namespace
+
+std::string page_template() {
+  const std::string path = shared_file_path("report.html");
+  if (access(path.c_str(), R_OK) != 0) {
+    throw Failure(path, "the page is missing, which is made when readkit is built", {},
+                  "build readkit where npm is there and can fetch packages; until then --json and "
+                  "--fastqc-data have all numbers");
+  }
+  ByteSource source(path);
+  std::string page;
+  for (auto bytes = source.read(); !bytes.empty(); bytes = source.read()) {
+    page.append(bytes.begin(), bytes.end());
+  }
+  return page;
+}
 
 std::string quality_page(const Json& document, const std::string& page) {
   constexpr std::string_view kBegin = "<!--readkit:";

@@ -154,13 +154,6 @@ double off_the_normal_curve(const Json& sample) {
   return 100 * off;
 }
 
-// 12.0 as "12".
-std::string shortest(const Json& number) {
-  std::string text = number.dump();
-  if (text.ends_with(".0")) text.resize(text.size() - 2);
-  return text;
-}
-
 }  // namespace
 
 Json verdicts_of(const Json& sample) {
@@ -184,15 +177,21 @@ Json verdicts_of(const Json& sample) {
   return verdicts;
 }
 
+std::string number_text(const Json& number) {
+  std::string text = number.dump();
+  if (text.ends_with(".0")) text.resize(text.size() - 2);
+  return text;
+}
+
 std::string value_text(const Json& verdict) {
-  return shortest(verdict["value"]) + verdict["unit"].get<std::string>();
+  return number_text(verdict["value"]) + verdict["unit"].get<std::string>();
 }
 
 std::string limits_text(const Json& verdict) {
   const Json& limits = verdict["thresholds"];
   const auto direction = limits["direction"].get<std::string>();
-  return "warns " + direction + " " + shortest(limits["warn"]) + ", fails " + direction + " " +
-         shortest(limits["fail"]);
+  return "warns " + direction + " " + number_text(limits["warn"]) + ", fails " + direction + " " +
+         number_text(limits["fail"]);
 }
 
 const char* worst_status(const Json& verdicts) {

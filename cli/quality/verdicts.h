@@ -11,7 +11,9 @@ namespace readkit::cli {
 /// sample has too few reads for is left out.
 nlohmann::ordered_json verdicts_of(const nlohmann::ordered_json& sample);
 
-/// For users: a verdict's value with its unit, and the limits that it was held against.
+/// For users: a number, 12.0 as "12"; a verdict's value with its unit, and the limits that it was
+/// held against.
+std::string number_text(const nlohmann::ordered_json& number);
 std::string value_text(const nlohmann::ordered_json& verdict);
 std::string limits_text(const nlohmann::ordered_json& verdict);
 
