@@ -16,19 +16,18 @@ Job::Job(const std::string& command, const CommonOptions& options)
       options_(options),
       messages_(command, options.quiet),
       progress_(command, !options.quiet && options.progress.value_or(terminal().errors)),
-      out_(STDOUT_FILENO),
-      json_(out_) {}
+      out_(STDOUT_FILENO) {}
 
-JsonWriter& Job::begin_document() {
-  begun_ = true;
-  json_.begin_object();
-  json_.member("format", "readkit-" + command_);
-  json_.member("version", 1);
-  json_.member("readkit", version());
-  return json_;
+JsonWriter& Job::begin_document(Output& out) {
+  JsonWriter& json = json_.emplace(out);
+  json.begin_object();
+  json.member("format", "readkit-" + command_);
+  json.member("version", 1);
+  json.member("readkit", version());
+  return json;
 }
 
-void Job::end_document() { json_.end_object(); }
+void Job::end_document() { json_->end_object(); }
 
 std::vector<host::Owned> Job::call_with(const char* function, int nlhs,
                                         const std::vector<host::Owned>& inputs) {

@@ -31,12 +31,13 @@ class Job {
   /// Standard output.
   Output& out() { return out_; }
 
-  /// Begins the one JSON document of the command on standard output, an object with the members
-  /// format ("readkit-COMMAND"), version and readkit; `end_document` ends it.
-  JsonWriter& begin_document();
+  /// Begins the one JSON document of the command, an object with the members format
+  /// ("readkit-COMMAND"), version and readkit; `end_document` ends it.
+  JsonWriter& begin_document(Output& out);
+  JsonWriter& begin_document() { return begin_document(out_); }
   void end_document();
   /// Whether a document was begun: then it is too late for another one.
-  bool has_begun_document() const { return begun_; }
+  bool has_begun_document() const { return json_.has_value(); }
 
   /// Calls a function of the library, asking for `nlhs` outputs. Inputs are texts, numbers, truth
   /// values, or arrays. Raises Failure for the library's errors, and Interrupted.
@@ -73,8 +74,7 @@ class Job {
   Messages messages_;
   Progress progress_;
   Output out_;
-  JsonWriter json_;
-  bool begun_ = false;
+  std::optional<JsonWriter> json_;
   std::optional<host::Library> library_;
   std::vector<std::pair<std::string, std::string>> names_;
   std::string main_file_;

@@ -13,6 +13,7 @@
 
 #include "cli/failure.h"
 #include "cli/interrupt.h"
+#include "cli/lines.h"
 
 namespace readkit::cli {
 
@@ -81,6 +82,14 @@ void NamedPipe::wait() {
   }
   lock.unlock();
   thread_.join();
+}
+
+void take_lines(const std::function<void(std::string_view)>& take,
+                const std::function<void(const std::string&)>& work) {
+  Lines lines(take);
+  NamedPipe pipe("lines.sam", [&lines](std::string_view piece) { lines.add(piece); });
+  pipe.run([&] { work(pipe.path()); });
+  lines.finish();
 }
 
 }  // namespace readkit::cli

@@ -45,4 +45,9 @@ class NamedPipe {
   std::exception_ptr error_;
 };
 
+/// Calls `work` with the path of a pipe, and `take` with every line that is written to it, without
+/// its newline, on another thread.
+void take_lines(const std::function<void(std::string_view)>& take,
+                const std::function<void(const std::string&)>& work);
+
 }  // namespace readkit::cli

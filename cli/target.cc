@@ -11,7 +11,6 @@
 
 #include "cli/failure.h"
 #include "cli/job.h"
-#include "cli/lines.h"
 #include "cli/named_pipe.h"
 #include "cli/output.h"
 #include "cli/terminal.h"
@@ -133,19 +132,6 @@ void Target::write_here(const std::function<void(Output&)>& work) {
   }
   descriptor.close();
   commit(file);
-}
-
-void Target::write_lines(std::string_view head,
-                         const std::function<void(std::string_view, Output&)>& line,
-                         const std::function<void(const std::string&)>& work) {
-  write_here([&](Output& out) {
-    out.append(head);
-    Lines lines([&](std::string_view text) { line(text, out); });
-    NamedPipe pipe("output.sam", [&](std::string_view piece) { lines.add(piece); });
-    job_.show_as(pipe.path(), name_);
-    pipe.run([&] { work(pipe.path()); });
-    lines.finish();
-  });
 }
 
 // The file takes the target's place, and the permissions of what was there.

@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "cli/input.h"
 #include "cli/private_folder.h"
@@ -39,11 +38,6 @@ class Target {
   /// Calls `work` with the path that it must write, whose last part is `file_name`: a file in a
   /// private folder or, for a stream, a pipe. Beside it there is room for temporaries.
   void write(const std::string& file_name, const std::function<void(const std::string&)>& work);
-  /// Calls `work` with the path of a pipe, whose text goes through `line`, line by line without
-  /// its newline, into the output. Before all of it `head` is written.
-  void write_lines(std::string_view head,
-                   const std::function<void(std::string_view line, Output& out)>& line,
-                   const std::function<void(const std::string&)>& work);
   /// Calls `work` with an output to write.
   void write_here(const std::function<void(Output&)>& work);
 

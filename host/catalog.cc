@@ -162,6 +162,7 @@ constexpr CatalogEntry kEntries[] = {
      "The function gave an output {0} that is an input, a part of another array, or another output "
      "too.",
      {}},
+    {"Tessel:host:Interrupted", "The call was ended before it was done.", {}},
 
     {"Tessel:array:NullArray", "{0}: there is no array.", {}},
     {"Tessel:array:WrongClass", "{0}: the array must be of class {1}, but it is of class {2}.", {}},

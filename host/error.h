@@ -53,6 +53,7 @@ inline constexpr char kNoFunction[] = "Tessel:host:NoFunction";
 inline constexpr char kOutputCount[] = "Tessel:host:OutputCount";
 inline constexpr char kNullInput[] = "Tessel:host:NullInput";
 inline constexpr char kInvalidOutput[] = "Tessel:host:InvalidOutput";
+inline constexpr char kInterrupted[] = "Tessel:host:Interrupted";
 inline constexpr char kNullArray[] = "Tessel:array:NullArray";
 inline constexpr char kWrongClass[] = "Tessel:array:WrongClass";
 inline constexpr char kIndexOutOfRange[] = "Tessel:array:IndexOutOfRange";

@@ -14,6 +14,7 @@ namespace {
 
 constexpr char kEntryPoint[] = "TslInitialize_readkit";
 constexpr char kExitPoint[] = "TslTerminate_readkit";
+constexpr char kMonitorPoint[] = "kxSetMonitor";
 
 struct Closer {
   void operator()(void* handle) const { dlclose(handle); }
@@ -105,6 +106,11 @@ LoadedLibrary::~LoadedLibrary() {
 Function::Function(std::string name, txGateway gateway,
                    std::shared_ptr<const LoadedLibrary> library)
     : name_(std::move(name)), entry_(gateway), library_(std::move(library)) {}
+
+void Function::set_monitor(kxMonitor monitor, void* context) const {
+  using SetMonitor = void (*)(kxMonitor, void*);
+  if (auto* const set = library_->symbol<SetMonitor>(kMonitorPoint)) set(monitor, context);
+}
 
 Library::Library(const std::string& path) : library_(std::make_shared<const LoadedLibrary>(path)) {}
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/export.h"
+#include "core/monitor.h"
 #include "gateway/tx_array.h"
 
 namespace readkit::host {
@@ -22,6 +23,9 @@ class READKIT_EXPORT Function {
   const std::string& name() const { return name_; }
   /// REQUIRES for calling it: this object, or a copy, lives.
   txGateway entry() const { return entry_; }
+  /// Has the library show the transfers of this thread to `monitor` (see kxSetMonitor), or to none
+  /// when that is null. Does nothing for a library that shows none.
+  void set_monitor(kxMonitor monitor, void* context) const;
 
  private:
   std::string name_;

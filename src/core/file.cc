@@ -29,8 +29,9 @@ File::File(const Path& path, const char* mode)
   std::setvbuf(handle_.get(), nullptr, _IONBF, 0);
   if (is_for_reading(mode)) {
     window_ = AlignedBuffer(kMaxPeek + AlignedBuffer::kAlignment + kMostReadAhead);
+    reads_ = Transfers(path.native(), false);
   } else {
-    pending() = PendingOutput(kWriteBuffer);
+    pending() = PendingOutput(kWriteBuffer, Transfers(path.native(), true));
   }
 }
 
@@ -43,7 +44,9 @@ bool File::refill(std::size_t n) {
   std::memmove(window() + place - left, window() + next_, left);
   begin_ = next_ = place - left;
   const std::size_t wanted = std::max(n, read_ahead_);
-  const std::size_t got = std::fread(window() + place, 1, wanted - left, handle_.get());
+  is_refused_ = !reads_.allow(position_);
+  const std::size_t got =
+      is_refused_ ? 0 : std::fread(window() + place, 1, wanted - left, handle_.get());
   fill_ = place + got;
   position_ += got;
   read_ahead_ = std::min(2 * read_ahead_, kMostReadAhead);

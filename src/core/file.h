@@ -8,6 +8,7 @@
 
 #include "core/aligned_buffer.h"
 #include "core/line_copy.h"
+#include "core/monitor.h"
 #include "core/path.h"
 #include "core/pending_output.h"
 
@@ -41,8 +42,8 @@ class File {
   /// behind them; none come at the end or on a read error. What lies behind that NUL may change.
   /// REQUIRES: `room` above 0.
   LineCopy read_line(char* to, std::size_t room);
-  /// Whether the operating system has refused a read.
-  bool read_failed() const { return is_open() && std::ferror(handle_.get()) != 0; }
+  /// Whether the operating system, or a monitor, has refused a read.
+  bool read_failed() const { return is_open() && (is_refused_ || std::ferror(handle_.get()) != 0); }
   /// Positions the next read; false when the file cannot be positioned there.
   bool seek(std::uint64_t offset);
 
@@ -71,6 +72,8 @@ class File {
   std::uint8_t* window() const { return window_.data<std::uint8_t>(); }
 
   std::unique_ptr<std::FILE, PendingOutput> handle_;
+  Transfers reads_;
+  bool is_refused_ = false;
   // Reading: window()[begin_, fill_) are bytes of the file, those from next_ on come next;
   // position_ is the offset of window()[fill_]. Writing: position_ counts the bytes.
   AlignedBuffer window_;

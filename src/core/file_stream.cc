@@ -15,12 +15,32 @@ bool FileStream::Buffer::open(const Path& path, std::ios::openmode mode) {
     room_ = AlignedBuffer(kBufferSize);
     pubsetbuf(room_.data<char>(), kBufferSize);
   }
-  return std::filebuf::open(path.native(), mode) != nullptr;
+  const std::string name = path.native();
+  reads_ = Transfers(name, false);
+  writes_ = Transfers(name, true);
+  return std::filebuf::open(name, mode) != nullptr;
+}
+
+bool FileStream::Buffer::allow(const Transfers& transfers) {
+  if (!Transfers::are_watched()) return true;
+  const std::streamoff position = seekoff(0, std::ios::cur);
+  return transfers.allow(position < 0 ? 0 : static_cast<std::uint64_t>(position));
+}
+
+// A refusal is no end of the file: the stream goes bad, as when the operating system refuses.
+std::filebuf::int_type FileStream::Buffer::underflow() {
+  if (!allow(reads_)) throw std::ios::failure("the read was refused");
+  return std::filebuf::underflow();
+}
+
+std::filebuf::int_type FileStream::Buffer::overflow(int_type c) {
+  return allow(writes_) ? std::filebuf::overflow(c) : traits_type::eof();
 }
 
 // A file buffer of its own would bring out long texts one by one, whatever room is left.
 std::streamsize FileStream::Buffer::xsputn(const char* from, std::streamsize n) {
-  if (n <= 0 || n > epptr() - pptr()) return std::filebuf::xsputn(from, n);
+  if (n <= 0) return 0;
+  if (n > epptr() - pptr()) return allow(writes_) ? std::filebuf::xsputn(from, n) : 0;
   std::memcpy(pptr(), from, static_cast<std::size_t>(n));
   pbump(static_cast<int>(n));
   return n;

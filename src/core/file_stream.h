@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "core/aligned_buffer.h"
+#include "core/monitor.h"
 #include "core/path.h"
 
 namespace readkit {
@@ -46,10 +47,16 @@ class FileStream : public std::iostream {
     void take(std::size_t n) { setg(eback(), gptr() + n, egptr()); }
 
    protected:
+    int_type underflow() override;
+    int_type overflow(int_type c) override;
     std::streamsize xsputn(const char* from, std::streamsize n) override;
 
    private:
+    bool allow(const Transfers& transfers);
+
     AlignedBuffer room_;
+    Transfers reads_;
+    Transfers writes_;
   };
 
   bool assemble_line(std::string_view& line);

@@ -6,10 +6,12 @@ namespace readkit {
 
 bool PendingOutput::bring_out(std::FILE* file) {
   const std::size_t size = std::exchange(size_, std::size_t{0});
-  if (size > 0 && std::fwrite(bytes_.data<char>(), 1, size, file) != size) {
+  if (size > 0 &&
+      !(writes_.allow(position_) && std::fwrite(bytes_.data<char>(), 1, size, file) == size)) {
     failed_ = true;
     room_ = 0;
   }
+  position_ += size;
   return !failed_;
 }
 

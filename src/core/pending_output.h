@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "core/aligned_buffer.h"
+#include "core/monitor.h"
 
 namespace readkit {
 
@@ -14,7 +17,8 @@ namespace readkit {
 class PendingOutput {
  public:
   PendingOutput() = default;
-  explicit PendingOutput(std::size_t room) : bytes_(room), room_(room) {}
+  explicit PendingOutput(std::size_t room, Transfers writes = {})
+      : bytes_(room), room_(room), writes_(std::move(writes)) {}
 
   /// Whether it takes bytes at all: not without room, after a failure, once closed or moved from.
   bool accepts() const { return room_ > 0 && bytes_; }
@@ -40,6 +44,8 @@ class PendingOutput {
   std::size_t room_ = 0;
   std::size_t size_ = 0;
   bool failed_ = false;
+  Transfers writes_;
+  std::uint64_t position_ = 0;  // of the next byte to bring out, counted from the first one
 };
 
 }  // namespace readkit

@@ -80,6 +80,7 @@ TEST(Catalog, TheHostsOwnErrorsHaveTexts) {
                                  id::kOutputCount,
                                  id::kNullInput,
                                  id::kInvalidOutput,
+                                 id::kInterrupted,
                                  id::kNullArray,
                                  id::kWrongClass,
                                  id::kIndexOutOfRange,

@@ -22,7 +22,7 @@ LAYERS = [["core"], ["header"], ["records"], ["bam", "sam"], ["convert", "check"
 LEVEL = {folder: level for level, folders in enumerate(LAYERS) for folder in folders}
 
 CODEC_FILES = {"src/core/inflate.cc", "src/core/deflate_zlib.cc", "src/core/deflate_libdeflate.cc",
-               "cli/gunzip.cc", "cli/version.cc"}
+               "cli/gunzip.cc", "cli/npz.cc", "cli/version.cc"}
 CODEC_HEADERS = {"zlib.h", "libdeflate.h"}
 FILE_HANDLE_FILES = {"src/core/file.h", "src/core/file.cc", "src/core/file_stream.h",
                      "src/core/file_stream.cc", "src/core/pending_output.h",

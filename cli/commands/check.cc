@@ -1,0 +1,168 @@
+// readkit check: everything that is wrong with a file, and with its index.
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli/commands.h"
+#include "cli/failure.h"
+#include "cli/input.h"
+#include "cli/job.h"
+#include "cli/private_folder.h"
+#include "cli/usage_error.h"
+
+namespace readkit::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Options {
+  std::string input;
+  std::optional<std::string> index;
+};
+
+// The columns of the findings that are kept.
+struct Findings {
+  std::vector<std::string> identifiers;
+  std::span<const std::uint64_t> offsets;
+  std::span<const double> records;
+  std::vector<std::string> texts;
+};
+
+struct Result {
+  std::string kind;
+  std::uint64_t records = 0;
+  std::uint64_t blocks = 0;
+  bool sorted = false;
+  bool end_marker = false;
+  std::uint64_t count = 0;  // of all findings
+  Findings findings;
+
+  bool is_alignment() const { return kind == "BAM" || kind == "SAM"; }
+};
+
+Result result_of(const txArray* a) {
+  const auto number = [a](const char* name) {
+    return static_cast<std::uint64_t>(host::data_of<double>(host::field_of(a, name))[0]);
+  };
+  const auto truth = [a](const char* name) {
+    return host::data_of<bool>(host::field_of(a, name))[0];
+  };
+  Result result;
+  result.kind = host::text_of(host::field_of(a, "kind"));
+  result.records = number("records");
+  result.blocks = number("blocks");
+  result.sorted = truth("sorted");
+  result.end_marker = truth("end_marker");
+  result.count = number("count");
+  const txArray* const findings = host::field_of(a, "findings");
+  result.findings.identifiers = host::texts_of(host::field_of(findings, "identifier"));
+  result.findings.offsets = host::data_of<std::uint64_t>(host::field_of(findings, "offset"));
+  result.findings.records = host::data_of<double>(host::field_of(findings, "record"));
+  result.findings.texts = host::texts_of(host::field_of(findings, "text"));
+  return result;
+}
+
+void print(Job& job, const Input& input, const Result& result) {
+  Output& out = job.out();
+  const auto line = [&out](const std::string& name, const std::string& value) {
+    out.append(name + '\t' + value + '\n');
+  };
+  line("file", input.name());
+  line("kind", result.kind);
+  line("records", std::to_string(result.records));
+  if (result.kind == "BAM") line("blocks", std::to_string(result.blocks));
+  if (result.is_alignment()) line("sorted", result.sorted ? "yes" : "no");
+  if (result.kind == "BAM") line("end marker", result.end_marker ? "yes" : "missing");
+  line("findings", std::to_string(result.count));
+  const Findings& findings = result.findings;
+  if (findings.identifiers.empty()) return;
+  out.append("\nidentifier\toffset\trecord\ttext\n");
+  for (std::size_t i = 0; i < findings.identifiers.size(); ++i) {
+    line(findings.identifiers[i],
+         std::to_string(findings.offsets[i]) + '\t' +
+             std::to_string(static_cast<std::uint64_t>(findings.records[i])) + '\t' +
+             findings.texts[i]);
+  }
+}
+
+void print_json(Job& job, const Input& input, const Options& options, const Result& result) {
+  JsonWriter& json = job.begin_document();
+  json.member("file", input.name());
+  if (options.index) json.member("index", *options.index);
+  json.member("kind", result.kind);
+  json.member("records", result.records);
+  if (result.kind == "BAM") json.member("blocks", result.blocks);
+  if (result.is_alignment()) json.member("sorted", result.sorted);
+  json.member("end_marker", result.end_marker);
+  json.member("finding_count", result.count);
+  json.key("findings");
+  json.begin_array();
+  const Findings& findings = result.findings;
+  for (std::size_t i = 0; i < findings.identifiers.size(); ++i) {
+    json.begin_object();
+    json.member("identifier", findings.identifiers[i]);
+    json.member("offset", findings.offsets[i]);
+    json.member("record", static_cast<std::uint64_t>(findings.records[i]));
+    json.member("text", findings.texts[i]);
+    json.end_object();
+  }
+  json.end_array();
+  job.end_document();
+}
+
+std::vector<host::Owned> check(Job& job, const Input& input, const Options& options) {
+  if (!options.index) return job.call("kxCheck", 1, input.path());
+  if (options.index->ends_with(".bai")) {
+    return job.call("kxCheck", 1, input.path(), *options.index);
+  }
+  // The library wants this ending.
+  const PrivateFolder folder = PrivateFolder::temporary();
+  const std::string link = folder.file("index.bai");
+  fs::create_symlink(fs::absolute(*options.index), link);
+  job.show_as(link, *options.index);
+  return job.call("kxCheck", 1, input.path(), link);
+}
+
+int run(const Options& options, Job& job) {
+  const Input input(job, options.input, {});
+  job.set_main_file(input.name());
+  if (options.index && input.kind() != Kind::kBam) {
+    throw UsageError("an index belongs to a BAM file, and " + input.name() + " is none");
+  }
+  const std::vector<host::Owned> outputs = check(job, input, options);
+  const Result result = result_of(outputs[0].get());
+  if (job.json()) {
+    print_json(job, input, options, result);
+  } else {
+    print(job, input, result);
+  }
+  const std::size_t kept = result.findings.identifiers.size();
+  if (kept < result.count) {
+    job.messages().note(input.name(), std::to_string(result.count - kept) +
+                                          " further findings are counted and not listed");
+  }
+  return result.count == 0 ? kSuccess : kFailure;
+}
+
+}  // namespace
+
+Command check_command() {
+  const auto options = std::make_shared<Options>();
+  Command command("check", "Find what is wrong with a BAM, SAM, BAI or FASTQ file");
+  command.describe(
+      "Reads the whole file, goes on behind what is damaged, and lists what is wrong: checksums, "
+      "blocks, header, records, fields, order. With an index, every record is looked for through "
+      "it. The offset of a finding is a virtual offset in BAM files, the number of a line in text, "
+      "and a byte in an index; records count from 1. The exit status is 1 when there are "
+      "findings.");
+  command.add("", file_value(), options->input, "The file to check; - is standard input");
+  command.add("", file_value("INDEX"), options->index, "The BAI index of a BAM file");
+  command.add_common();
+  command.example("readkit check reads.bam", "Check a file after it was copied.");
+  command.example("readkit check reads.bam reads.bam.bai", "Check its index, too.");
+  return command.run([options](Job& job) { return run(*options, job); });
+}
+
+}  // namespace readkit::cli
