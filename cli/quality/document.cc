@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <numeric>
 #include <utility>
@@ -25,12 +24,18 @@ std::uint64_t sum_of(const Array& counts) {
   return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
 }
 
-// Two decimals, which is more than any of these numbers is good for.
-double rounded(double value) { return std::floor(value * 100 + 0.5) / 100; }
+// A quotient with two decimals, which is more than any of these numbers is good for; halves go up,
+// and of nothing it is 0. REQUIRES: 200 * part fits.
+double quotient(std::int64_t part, std::uint64_t whole) {
+  if (whole == 0) return 0;
+  const auto twice = 2 * static_cast<std::int64_t>(whole);
+  const std::int64_t hundredths = 200 * part + static_cast<std::int64_t>(whole);
+  const std::int64_t cut = hundredths / twice - (hundredths % twice < 0 ? 1 : 0);
+  return static_cast<double>(cut) / 100;
+}
 
-// A part in percent; of nothing, none.
 double percent(std::uint64_t part, std::uint64_t whole) {
-  return whole == 0 ? 0 : rounded(100 * static_cast<double>(part) / static_cast<double>(whole));
+  return quotient(100 * static_cast<std::int64_t>(part), whole);
 }
 
 // The least of 1, 2, 5, 10, 20, ... that cuts `span` into at most `most` pieces.
@@ -46,12 +51,11 @@ std::uint64_t nice_width(std::uint64_t span, std::uint64_t most) {
 
 // Quality 0 of the encoding lies at index `shift` of a histogram.
 double mean_of(const QualityCounts::Histogram& counts, int shift) {
-  const std::uint64_t all = sum_of(counts);
-  double sum = 0;
+  std::int64_t sum = 0;
   for (std::size_t i = 0; i < counts.size(); ++i) {
-    sum += static_cast<double>(counts[i]) * (static_cast<double>(i) - shift);
+    sum += static_cast<std::int64_t>(counts[i]) * (static_cast<std::int64_t>(i) - shift);
   }
-  return all == 0 ? 0 : rounded(sum / static_cast<double>(all));
+  return quotient(sum, sum_of(counts));
 }
 
 // The least quality that `percentile` percent of all do not exceed (the nearest rank).

@@ -4,6 +4,8 @@
 const kHeight = 260;
 // From here on marks of single positions have no room around them.
 const kManyPositions = 80;
+// Up to here points of lines are shown.
+const kFewPoints = 45;
 const kSampleColours = 7;
 const kDashes = [[], [6, 3], [2, 2], [8, 3, 2, 3]];
 const kBases = ['A', 'C', 'G', 'T', 'other'];
@@ -120,10 +122,9 @@ export function boxes(sample, samples) {
   const x = positionAxis(sample);
   const tooltip = [
     { field: 'range', title: 'position' },
-    ...['reads', 'mean', 'p10', 'p25', 'p50', 'p75', 'p90'].map((field) => ({
-      field,
-      type: 'quantitative',
-    })),
+    { field: 'reads', type: 'quantitative', format: ',d' },
+    { field: 'mean', type: 'quantitative', format: '.2f' },
+    ...['p10', 'p25', 'p50', 'p75', 'p90'].map((field) => ({ field, type: 'quantitative' })),
   ];
   return spec(`${sample.name}: quality by position, as boxes`, {
     data: { values },
@@ -294,7 +295,7 @@ export function length(sample) {
 // Points of lines that the pointer meets; visible where there are few.
 function nearestPoint(count, encoding) {
   return {
-    mark: { type: 'point', filled: true, size: 30, opacity: count > kManyPositions ? 0 : 1, aria: false },
+    mark: { type: 'point', filled: true, size: 30, opacity: count > kFewPoints ? 0 : 1, aria: false },
     encoding: { ...encoding, opacity: undefined },
   };
 }
@@ -345,7 +346,7 @@ export function means(samples, all) {
       scale: { type: differ ? 'log' : 'linear', nice: false, domainMin: 1 },
     }),
     quantity('mean', 'mean quality', { scale: qualityScale(samples) }),
-    [{ field: 'range', title: 'position' }, { field: 'mean', type: 'quantitative' }],
+    [{ field: 'range', title: 'position' }, { field: 'mean', type: 'quantitative', format: '.2f' }],
   );
   chart.layer.unshift(guides);
   return chart;
