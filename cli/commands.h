@@ -16,6 +16,7 @@ Command fields_command();
 Command header_command();
 Command index_command();
 Command info_command();
+Command manual_command();
 Command quality_command();
 Command refs_command();
 Command shuffle_command();

@@ -1,13 +1,16 @@
 #include "cli/job.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include <unistd.h>
 
 #include "cli/advice.h"
+#include "cli/input.h"
 #include "cli/interrupt.h"
 #include "cli/libraries.h"
-#include "cli/terminal.h"
 #include "cli/version.h"
-#include "host/call.h"
+#include "host/monitor.h"
 
 namespace readkit::cli {
 
@@ -15,7 +18,7 @@ Job::Job(const std::string& command, const CommonOptions& options)
     : command_(command),
       options_(options),
       messages_(command, options.quiet),
-      progress_(command, !options.quiet && options.progress.value_or(terminal().errors)),
+      progress_(command, options.quiet, options.progress),
       out_(STDOUT_FILENO) {}
 
 JsonWriter& Job::begin_document(Output& out) {
@@ -34,11 +37,22 @@ std::vector<host::Owned> Job::call_with(const char* function, int nlhs,
   check_interrupts();
   try {
     if (!library_) library_.emplace(library_path(options_.library));
-    return host::call(library_->function(function), nlhs, inputs);
+    return host::call_watched(
+        library_->function(function), nlhs, inputs, [this](const kxTransfer& transfer) {
+          progress_.moved(transfer.path, transfer.position, transfer.is_write);
+          return !is_interrupted();
+        });
   } catch (const host::HostError& e) {
     check_interrupts();
     throw failure_of(e, main_file_, [this](const std::string& path) { return shown(path); });
   }
+}
+
+void Job::set_main_input(const Input& input) {
+  main_file_ = input.name();
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(input.path(), error);
+  progress_.begin(input.path(), input.name(), error ? 0 : size);
 }
 
 void Job::show_as(const std::string& path, const std::string& name) {

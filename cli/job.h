@@ -20,6 +20,8 @@
 
 namespace readkit::cli {
 
+class Input;
+
 class Job {
  public:
   Job(const std::string& command, const CommonOptions& options);
@@ -28,8 +30,11 @@ class Job {
   bool quiet() const { return options_.quiet; }
   const Messages& messages() const { return messages_; }
   Progress& progress() { return progress_; }
-  /// Standard output.
-  Output& out() { return out_; }
+  /// Standard output. Progress makes room for what is printed.
+  Output& out() {
+    progress_.end();
+    return out_;
+  }
 
   /// Begins the one JSON document of the command, an object with the members format
   /// ("readkit-COMMAND"), version and readkit; `end_document` ends it.
@@ -54,8 +59,9 @@ class Job {
 
   /// From here on messages call the file or folder at `path`, and what is in it, `name`.
   void show_as(const std::string& path, const std::string& name);
-  /// The file that is blamed by errors that name none.
-  void set_main_file(const std::string& name) { main_file_ = name; }
+  /// The file whose reading is the work of the command, and that is blamed by errors that name
+  /// none.
+  void set_main_input(const Input& input);
 
  private:
   static host::Owned array_of(const std::string& text) { return host::make_text(text); }

@@ -55,13 +55,13 @@ QueryIndex::QueryIndex(Job& job, const Input& input, std::size_t references,
       named || input.is_spooled() ? named : index_beside(input.path());
   if (!index) {
     job.messages().note(
-        input.name(),
-        "has no index; one is made for this run, which reads the "
-        "whole file",
+        input.name(), "has no index; one is made for this run, which reads the whole file",
         input.is_spooled() ? "" : "make one to keep: readkit index " + input.name());
-    return make(job, input);
   }
-  if (!is_reliable(job, input, references, *index)) return make(job, input);
+  if (!index || !is_reliable(job, input, references, *index)) {
+    make(job, input);
+    return;
+  }
   path_ = *index;
   if (path_.ends_with(kEnding)) return;
   // The library wants this ending.

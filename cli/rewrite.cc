@@ -29,7 +29,8 @@ void add_rewrite_options(Command& command, RewriteOptions& options) {
 int rewrite(Job& job, const Input& input, const RewriteOptions& options, const char* function) {
   constexpr std::size_t kEnding = 4;
   const bool is_bam = input.kind() == Kind::kBam;
-  job.set_main_file(input.name());
+  job.set_main_input(input);
+  job.progress().expect_second_stage();
   check_ending(input, options.output);
   Target target(job, options.output, is_bam ? Target::Content::kBinary : Target::Content::kText,
                 options.force ? Target::Existing::kReplaced : Target::Existing::kKept, {&input});

@@ -68,6 +68,7 @@ Target::Target(Job& job, std::string name, Content content, Existing existing,
     : job_(job), name_(std::move(name)), path_(name_) {
   if (name_ == "-") {
     name_ = "standard output";
+    if (terminal().output) job_.progress().hide();
     if (content == Content::kBinary && terminal().output) {
       throw UsageError(
           "standard output is a terminal, which cannot show binary data; "
@@ -107,9 +108,10 @@ void Target::write(const std::string& file_name,
     work(file);
     return commit(file);
   }
-  NamedPipe pipe(file_name, [this](std::string_view piece) {
-    stream().append(piece);
-    stream().finish();
+  Output& out = stream();
+  NamedPipe pipe(file_name, [&out](std::string_view piece) {
+    out.append(piece);
+    out.finish();
   });
   job_.show_as(pipe.path(), name_);
   pipe.run([&] { work(pipe.path()); });

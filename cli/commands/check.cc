@@ -127,7 +127,7 @@ std::vector<host::Owned> check(Job& job, const Input& input, const Options& opti
 
 int run(const Options& options, Job& job) {
   const Input input(job, options.input, {});
-  job.set_main_file(input.name());
+  job.set_main_input(input);
   if (options.index && input.kind() != Kind::kBam) {
     throw UsageError("an index belongs to a BAM file, and " + input.name() + " is none");
   }

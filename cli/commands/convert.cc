@@ -113,7 +113,7 @@ int run(const Options& options, Job& job) {
   const std::vector<std::uint32_t> records =
       options.records ? parse_number_list(*options.records, 0) : std::vector<std::uint32_t>();
   const Input input(job, options.input, {Kind::kBam, Kind::kSam});
-  job.set_main_file(input.name());
+  job.set_main_input(input);
   if (options.references) wanted_references(options, read_header(job, input), input);
   Target target(job, options.output, to_bam ? Target::Content::kBinary : Target::Content::kText,
                 options.force ? Target::Existing::kReplaced : Target::Existing::kKept, {&input});

@@ -32,7 +32,7 @@ int mode_of(const std::string& name) {
 
 int run(const Options& options, Job& job) {
   const Input input(job, options.input, {Kind::kBam});
-  job.set_main_file(input.name());
+  job.set_main_input(input);
   const std::vector<host::Owned> outputs =
       job.call("getFeatureCountData", 9, input.path(), mode_of(options.multi_mapped),
                options.both_ends, options.proper_pairs, options.quality.value_or(0));

@@ -274,7 +274,7 @@ void write_npz(Records& records, const std::vector<std::string>& fields,
 int run(const Options& options, Job& job) {
   const std::vector<std::string> fields = wanted_fields(options);
   const Input input(job, options.input, {Kind::kBam});
-  job.set_main_file(input.name());
+  job.set_main_input(input);
   const AlignmentHeader header = read_header(job, input);
   const std::size_t reference = find_reference(options.reference, header.references, input.name());
   const auto existing = options.force ? Target::Existing::kReplaced : Target::Existing::kKept;

@@ -34,7 +34,7 @@ std::string index_name(const Options& options, const Input& input) {
 
 int run(const Options& options, Job& job) {
   const Input input(job, options.input, {Kind::kBam});
-  job.set_main_file(input.name());
+  job.set_main_input(input);
   Target target(job, index_name(options, input), Target::Content::kBinary,
                 Target::Existing::kReplaced, {&input});
   if (job.json() && target.is_standard_output()) {

@@ -141,7 +141,7 @@ void print_json(Job& job, const Input& input, const AlignmentHeader& header, con
 
 int run(const std::string& file, Job& job) {
   const Input input(job, file, {Kind::kBam, Kind::kSam});
-  job.set_main_file(input.name());
+  job.set_main_input(input);
   const AlignmentHeader header = read_header(job, input);
   Info info = input.kind() == Kind::kBam ? info_of_bam(job, input, header)
                                          : info_of_sam(job, input, header);

@@ -180,7 +180,7 @@ void write_count(Job& job, const Input& input, const Options& options,
 
 int run(const Options& options, Job& job) {
   const Input input(job, options.input, {Kind::kBam, Kind::kSam});
-  job.set_main_file(input.name());
+  job.set_main_input(input);
   const AlignmentHeader header = read_header(job, input);
   // Before anything is written: a region that is none.
   for (const std::string& text : options.regions) {

@@ -169,13 +169,11 @@ std::uint64_t median_length(const Counts& lengths, std::uint64_t reads) {
 
 Json length_json(const Counts& lengths, std::uint64_t reads) {
   const bool none = lengths.empty();
-  return {
-      {"min", none ? 0 : lengths.front().first},
-      {"max", none ? 0 : lengths.back().first},
-      {"mean",
-       none ? 0.0 : rounded(static_cast<double>(bases_in(lengths)) / static_cast<double>(reads))},
-      {"median", median_length(lengths, reads)},
-      {"histogram", length_bins(lengths)}};
+  return {{"min", none ? 0 : lengths.front().first},
+          {"max", none ? 0 : lengths.back().first},
+          {"mean", quotient(static_cast<std::int64_t>(bases_in(lengths)), reads)},
+          {"median", median_length(lengths, reads)},
+          {"histogram", length_bins(lengths)}};
 }
 
 const char* kind_name(Kind kind) {

@@ -62,3 +62,16 @@ def small_bam():
             record(b"third", 1, 0, [(6, "M")], "GATTAC"),
             record(b"unplaced", -1, -1, [], "A", flag=4, quality=0),
         ])
+
+
+# Not sorted; an optional field, a record without a reference, a reference with a colon.
+SMALL_SAM = b"""@HD\tVN:1.6\tSO:unsorted
+@SQ\tSN:chr1\tLN:1000
+@SQ\tSN:HLA:A*01\tLN:500
+@RG\tID:lane1\tSM:someone
+@PG\tID:aligner\tPN:aligner
+second\t16\tchr1\t50\t7\t3M2D2M\t*\t0\t0\tACGTA\tIIIII\tNM:i:2
+allele\t0\tHLA:A*01\t5\t60\t4M\t*\t0\t0\tTTTT\tFFFF
+lost\t4\t*\t0\t0\t*\t*\t0\t0\tGG\t##\tRG:Z:lane1
+first\t0\tchr1\t10\t60\t5M\t*\t0\t0\tACGTN\tIIII5\tNM:i:0\tRG:Z:lane1
+"""
