@@ -148,7 +148,7 @@ void warn_of_missing_sequences(Job& job, const Input& input, const QualityCounts
 Json scan(Job& job, const std::string& file, const std::string& name, const QualityOptions& options,
           ScanSettings settings) {
   const Input input(job, file, {Kind::kFastq, Kind::kBam, Kind::kSam});
-  job.set_main_file(input.name());
+  job.set_main_input(input);
   if (input.kind() == Kind::kSam) warn_of_sam_losses(job, input);
   // In SAM and BAM files the format has fixed the encoding.
   const EncodingChoice choice =

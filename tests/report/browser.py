@@ -129,7 +129,7 @@ class Browser:
         return result['result'].get('value')
 
     def wait_for(self, condition):
-        while not self.evaluate(condition):
+        while not self.evaluate(f'Boolean({condition})'):
             if time.monotonic() > self._deadline:
                 raise TimeoutError(condition)
             time.sleep(0.02)
