@@ -5,6 +5,7 @@ resolve, and each request that a page makes is kept in `requests`. What a page p
 or fails with is kept in `complaints`.
 """
 import base64
+import fcntl
 import json
 import os
 import select
@@ -30,23 +31,24 @@ def program():
 class Browser:
     """REQUIRES: program(). Use it in a `with` statement, which ends the browser."""
 
-    def __init__(self, seconds=20):
+    def __init__(self, seconds):
         self._deadline = time.monotonic() + seconds
         self._profile = tempfile.TemporaryDirectory(prefix='readkit-browser-')
+        # The browser reads commands from descriptor 3 and writes answers to 4; the ends that it gets
+        # lie elsewhere until then.
         commands, self._to = os.pipe()
         self._from, answers = os.pipe()
-        # The browser reads commands from descriptor 3 and answers on 4.
+        ends = [fcntl.fcntl(fd, fcntl.F_DUPFD_CLOEXEC, 10) for fd in (commands, answers)]
+
         def hand_over():
-            os.dup2(os.dup(commands), 3)
-            os.dup2(os.dup(answers), 4)
-        # Descriptors that are to become 3 and 4 must not lie there already.
-        commands, answers = (os.dup2(fd, fd + 50) for fd in (commands, answers))
+            os.dup2(ends[0], 3)
+            os.dup2(ends[1], 4)
         self._process = subprocess.Popen(
             [program(), *SWITCHES, f'--user-data-dir={self._profile.name}', 'about:blank'],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
             preexec_fn=hand_over, close_fds=False)
-        os.close(commands)
-        os.close(answers)
+        for end in (commands, answers, *ends):
+            os.close(end)
         self._received = b''
         self._id = 0
         self._session = None

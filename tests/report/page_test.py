@@ -61,8 +61,8 @@ class Page(unittest.TestCase):
         cls.folder = pathlib.Path(folder.name)
         cls.files = [
             reads.write(folder.name, 'lane 1.fastq.gz',
-                        reads.fastq(reads.made_up(1, 400, range(20, 41), 40))),
-            reads.write(folder.name, EVIL, reads.fastq(reads.made_up(2, 60, [30, 500], 30))),
+                        reads.fastq(reads.made_up(1, 300, range(20, 31), 40))),
+            reads.write(folder.name, EVIL, reads.fastq(reads.made_up(2, 60, [30, 310], 30))),
             reads.write(folder.name, 'reads.bam', reads.bam(reads.made_up(5, 50, [25], 35,
                                                                           letters='ACGTN'))),
         ]
@@ -104,7 +104,10 @@ class Page(unittest.TestCase):
                 self.check_tables()
                 self.check_summary()
                 self.check_tooltips()
-                self.check_choice()
+                if dark:
+                    self.check_choice()
+                else:
+                    self.check_print(width, height)
 
     def check_layout(self, width):
         self.assertEqual(self.value('document.documentElement.scrollWidth'), width)
@@ -217,7 +220,14 @@ class Page(unittest.TestCase):
         self.wait_until_drawn()
         self.assertEqual(self.value(names), all_names)
 
-    # ---- Other ways to read it -------------------------------------------------------------------
+    def check_print(self, width, height):
+        # On paper it is light, whatever the screen is, and without what only a screen has.
+        self.browser.resize(width, height, dark=True, media='print')
+        self.assertEqual(self.value('getComputedStyle(document.body).backgroundColor'),
+                         'rgb(255, 255, 255)')
+        self.assertFalse(self.value('document.querySelector("nav").clientHeight'))
+        self.assertFalse(self.value('document.querySelector("#samples").clientHeight'))
+        self.assertTrue(self.value('document.querySelector(".chart").clientHeight'))
 
     def test_without_scripts(self):
         self.browser.send('Emulation.setScriptExecutionDisabled', value=True)
@@ -232,17 +242,6 @@ class Page(unittest.TestCase):
             self.check_tables()
         finally:
             self.browser.send('Emulation.setScriptExecutionDisabled', value=False)
-
-    def test_printed(self):
-        self.open(1000, 800, False)
-        self.browser.resize(1000, 800, dark=True, media='print')
-        # On paper it is light, whatever the screen is, and without what only a screen has.
-        self.assertEqual(self.value('getComputedStyle(document.body).backgroundColor'),
-                         'rgb(255, 255, 255)')
-        self.assertFalse(self.value('document.querySelector("nav").clientHeight'))
-        self.assertFalse(self.value('document.querySelector("#samples").clientHeight'))
-        paper = self.browser.send('Page.printToPDF', printBackground=True)['data']
-        self.assertGreater(len(paper), 20000)
 
 
 if __name__ == '__main__':
