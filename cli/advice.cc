@@ -62,7 +62,7 @@ constexpr Advice kAdvice[] = {
     {"InvalidHeaderSubset", Argument::kNone, "none of the references that were asked for is there",
      "readkit refs {file} lists them"},
     {"AllNHTagsMissing", Argument::kFile, "no record has the field NH, by which they were to count",
-     "leave --multi-mapped nh away, or use --multi-mapped secondary"},
+     "leave --multi-mapped away, or use --multi-mapped drop-secondary"},
     {"Tessel:cpp:bad_alloc", Argument::kNone,
      "there is not enough memory, or a length in the file is impossible",
      "readkit check {file} tells whether it is damaged"},
