@@ -62,13 +62,12 @@ constexpr Advice kAdvice[] = {
     {"InvalidHeaderSubset", Argument::kNone, "none of the references that were asked for is there",
      "readkit refs {file} lists them"},
     {"AllNHTagsMissing", Argument::kFile, "no record has the field NH, by which they were to count",
-     "leave --multi-mapped nh away, or use --multi-mapped secondary"},
+     "leave --multi-mapped away, or use --multi-mapped drop-secondary"},
     {"seqlab:scanqualities:InvalidData", Argument::kNone,
      "a read cannot be counted: its bases and qualities differ in number, or a quality is no "
      "character from ! to ~",
-     "readkit check {file} tells where; records of FASTQ must have four lines each, and those of "
-     "BAM "
-     "and SAM their qualities"},
+     "readkit check {file} tells where; FASTQ records must have four lines each, BAM and SAM records "
+     "their qualities"},
     {"seqlab:scanqualities:UnableToOpenFile", Argument::kFile, "cannot be opened",
      "check that it exists, and that you may read it"},
     {"Tessel:cpp:bad_alloc", Argument::kNone,

@@ -30,7 +30,7 @@ class ByteSource {
   /// Of a regular file; 0 for others.
   std::uint64_t size() const { return size_; }
 
-  static constexpr std::size_t kAhead = std::size_t{1} << 16;
+  static constexpr std::size_t kAhead = std::size_t{1} << 14;
 
  private:
   std::size_t fill(std::size_t from);

@@ -8,7 +8,7 @@
 namespace readkit::cli {
 namespace {
 
-constexpr std::size_t kEnough = std::size_t{1} << 15;
+constexpr std::size_t kEnough = std::size_t{1} << 14;
 
 struct Magic {
   std::string_view bytes;

@@ -20,7 +20,7 @@ struct FileKind {
   std::string other;
 };
 
-/// REQUIRES: `start` has the first 64 KiB of the file, or all of it.
+/// REQUIRES: `start` has the first 16 KiB of the file, or all of it.
 FileKind kind_of(std::span<const std::uint8_t> start);
 
 }  // namespace readkit::cli

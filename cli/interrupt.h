@@ -15,6 +15,8 @@ class Interrupted : public std::exception {
 /// From here on the signals are remembered, but for those that are ignored already (nohup). System
 /// calls that wait are cut short by them.
 void catch_interrupts();
+/// Whether that was called.
+bool are_interrupts_caught();
 /// Whether one has come.
 bool is_interrupted();
 /// Raises Interrupted when one has come.

@@ -1,11 +1,15 @@
 #include "cli/job.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #include <unistd.h>
 
 #include "cli/advice.h"
+#include "cli/damage.h"
 #include "cli/input.h"
 #include "cli/interrupt.h"
 #include "cli/libraries.h"
@@ -44,11 +48,30 @@ std::vector<host::Owned> Job::call_with(const char* function, int nlhs,
         });
   } catch (const host::HostError& e) {
     check_interrupts();
-    throw failure_of(e, main_file_, [this](const std::string& path) { return shown(path); });
+    throw located(
+        failure_of(e, main_file_, [this](const std::string& path) { return shown(path); }));
   }
 }
 
+// Damage of the input, with the place where it is as far as that is known.
+Failure Job::located(const Failure& failure) {
+  constexpr std::array<std::string_view, 5> kDamage = {
+      "seqlab:readkit:InvalidBAMFormat", "seqlab:readkit:BAMRead", "seqlab:readkit:ZLIBInflate",
+      "seqlab:readkit:InvalidSAMFormat", "Tessel:cpp:bad_alloc"};
+  const bool is_damage =
+      main_input_ != nullptr && failure.file() == main_file_ &&
+      std::find(kDamage.begin(), kDamage.end(), failure.identifier()) != kDamage.end();
+  if (!is_damage) return failure;
+  const std::uint64_t position = progress_.position();
+  const Input& input = *std::exchange(main_input_, nullptr);  // once is enough
+  std::string place = first_damage(*this, input);
+  if (place.empty() && position > 0) place = "behind byte " + std::to_string(position);
+  if (place.empty()) return failure;
+  return {failure.file(), failure.what() + ("; " + place), failure.identifier(), failure.advice()};
+}
+
 void Job::set_main_input(const Input& input) {
+  main_input_ = &input;
   main_file_ = input.name();
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(input.path(), error);

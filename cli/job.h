@@ -60,7 +60,7 @@ class Job {
   /// From here on messages call the file or folder at `path`, and what is in it, `name`.
   void show_as(const std::string& path, const std::string& name);
   /// The file whose reading is the work of the command, and that is blamed by errors that name
-  /// none.
+  /// none. It must live as long as calls are made.
   void set_main_input(const Input& input);
 
  private:
@@ -74,6 +74,7 @@ class Job {
     return host::make_scalar(static_cast<double>(number));
   }
   std::string shown(const std::string& path) const;
+  Failure located(const Failure& failure);
 
   std::string command_;
   CommonOptions options_;
@@ -84,6 +85,7 @@ class Job {
   std::optional<host::Library> library_;
   std::vector<std::pair<std::string, std::string>> names_;
   std::string main_file_;
+  const Input* main_input_ = nullptr;
 };
 
 }  // namespace readkit::cli

@@ -2,8 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
-#include <csignal>
 #include <system_error>
 #include <utility>
 
@@ -12,7 +10,6 @@
 #include <unistd.h>
 
 #include "cli/failure.h"
-#include "cli/interrupt.h"
 #include "cli/lines.h"
 
 namespace readkit::cli {
@@ -48,7 +45,7 @@ void NamedPipe::run(const std::function<void()>& work) {
     failure = std::current_exception();
   }
   close(std::exchange(writer_, -1));
-  wait();
+  thread_.join();
   if (error_) std::rethrow_exception(error_);
   if (failure) std::rethrow_exception(failure);
 }
@@ -68,20 +65,6 @@ void NamedPipe::pump() {
     error_ = std::current_exception();
     close(std::exchange(reader_, -1));
   }
-  const std::lock_guard lock(mutex_);
-  done_ = true;
-  ended_.notify_one();
-}
-
-// Until the thread is done. One that hangs in a write that nobody takes hears of an interrupt.
-void NamedPipe::wait() {
-  constexpr std::chrono::milliseconds kPatience{50};
-  std::unique_lock lock(mutex_);
-  while (!ended_.wait_for(lock, kPatience, [this] { return done_; })) {
-    if (is_interrupted()) pthread_kill(thread_.native_handle(), SIGINT);
-  }
-  lock.unlock();
-  thread_.join();
 }
 
 void take_lines(const std::function<void(std::string_view)>& take,

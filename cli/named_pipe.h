@@ -1,10 +1,8 @@
 // A pipe with a name, which the library writes as it would a file, and whose other end is here.
 #pragma once
 
-#include <condition_variable>
 #include <exception>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -31,7 +29,6 @@ class NamedPipe {
 
  private:
   void pump();
-  void wait();
 
   PrivateFolder folder_;
   std::string path_;
@@ -39,9 +36,6 @@ class NamedPipe {
   int reader_ = -1;
   int writer_ = -1;  // keeps the pipe open while `work` opens and closes it
   std::thread thread_;
-  std::mutex mutex_;
-  std::condition_variable ended_;
-  bool done_ = false;
   std::exception_ptr error_;
 };
 

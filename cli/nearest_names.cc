@@ -56,7 +56,10 @@ std::vector<std::string> nearest_names(const std::string& name,
   std::stable_sort(near.begin(), near.end(),
                    [](const auto& a, const auto& b) { return a.first < b.first; });
   std::vector<std::string> names;
-  for (std::size_t i = 0; i < near.size() && i < most; ++i) names.push_back(near[i].second);
+  for (const auto& [steps, candidate] : near) {
+    if (steps > near.front().first || names.size() == most) break;
+    names.push_back(candidate);
+  }
   return names;
 }
 

@@ -7,8 +7,9 @@
 
 namespace readkit::cli {
 
-/// The names of `known` that are `name` but for a few letters inserted, deleted or replaced, upper
-/// and lower case and a leading "chr" set aside, nearest first, `most` of them at most.
+/// The names of `known` that are nearest to `name`, `most` of them at most: those with the fewest
+/// letters inserted, deleted or replaced, and with few at all; upper and lower case and a leading
+/// "chr" set aside.
 std::vector<std::string> nearest_names(const std::string& name,
                                        const std::vector<std::string>& known, std::size_t most);
 

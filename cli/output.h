@@ -40,9 +40,11 @@ class Output {
 
  private:
   void write_out();
+  std::size_t wait_for_room(std::size_t wanted) const;
 
   static constexpr std::size_t kBufferSize = std::size_t{1} << 18;
   int fd_;
+  bool is_pipe_ = false;
   std::string buffer_;
   std::size_t used_ = 0;
 };

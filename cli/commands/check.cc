@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "cli/check_result.h"
 #include "cli/commands.h"
-#include "cli/failure.h"
 #include "cli/input.h"
 #include "cli/job.h"
 #include "cli/private_folder.h"
@@ -22,49 +22,7 @@ struct Options {
   std::optional<std::string> index;
 };
 
-// The columns of the findings that are kept.
-struct Findings {
-  std::vector<std::string> identifiers;
-  std::span<const std::uint64_t> offsets;
-  std::span<const double> records;
-  std::vector<std::string> texts;
-};
-
-struct Result {
-  std::string kind;
-  std::uint64_t records = 0;
-  std::uint64_t blocks = 0;
-  bool sorted = false;
-  bool end_marker = false;
-  std::uint64_t count = 0;  // of all findings
-  Findings findings;
-
-  bool is_alignment() const { return kind == "BAM" || kind == "SAM"; }
-};
-
-Result result_of(const txArray* a) {
-  const auto number = [a](const char* name) {
-    return static_cast<std::uint64_t>(host::data_of<double>(host::field_of(a, name))[0]);
-  };
-  const auto truth = [a](const char* name) {
-    return host::data_of<bool>(host::field_of(a, name))[0];
-  };
-  Result result;
-  result.kind = host::text_of(host::field_of(a, "kind"));
-  result.records = number("records");
-  result.blocks = number("blocks");
-  result.sorted = truth("sorted");
-  result.end_marker = truth("end_marker");
-  result.count = number("count");
-  const txArray* const findings = host::field_of(a, "findings");
-  result.findings.identifiers = host::texts_of(host::field_of(findings, "identifier"));
-  result.findings.offsets = host::data_of<std::uint64_t>(host::field_of(findings, "offset"));
-  result.findings.records = host::data_of<double>(host::field_of(findings, "record"));
-  result.findings.texts = host::texts_of(host::field_of(findings, "text"));
-  return result;
-}
-
-void print(Job& job, const Input& input, const Result& result) {
+void print(Job& job, const Input& input, const CheckResult& result) {
   Output& out = job.out();
   const auto line = [&out](const std::string& name, const std::string& value) {
     out.append(name + '\t' + value + '\n');
@@ -76,18 +34,15 @@ void print(Job& job, const Input& input, const Result& result) {
   if (result.is_alignment()) line("sorted", result.sorted ? "yes" : "no");
   if (result.kind == "BAM") line("end marker", result.end_marker ? "yes" : "missing");
   line("findings", std::to_string(result.count));
-  const Findings& findings = result.findings;
-  if (findings.identifiers.empty()) return;
+  if (result.findings.empty()) return;
   out.append("\nidentifier\toffset\trecord\ttext\n");
-  for (std::size_t i = 0; i < findings.identifiers.size(); ++i) {
-    line(findings.identifiers[i],
-         std::to_string(findings.offsets[i]) + '\t' +
-             std::to_string(static_cast<std::uint64_t>(findings.records[i])) + '\t' +
-             findings.texts[i]);
+  for (const Finding& finding : result.findings) {
+    line(finding.identifier, std::to_string(finding.offset) + '\t' +
+                                 std::to_string(finding.record) + '\t' + finding.text);
   }
 }
 
-void print_json(Job& job, const Input& input, const Options& options, const Result& result) {
+void print_json(Job& job, const Input& input, const Options& options, const CheckResult& result) {
   JsonWriter& json = job.begin_document();
   json.member("file", input.name());
   if (options.index) json.member("index", *options.index);
@@ -99,13 +54,12 @@ void print_json(Job& job, const Input& input, const Options& options, const Resu
   json.member("finding_count", result.count);
   json.key("findings");
   json.begin_array();
-  const Findings& findings = result.findings;
-  for (std::size_t i = 0; i < findings.identifiers.size(); ++i) {
+  for (const Finding& finding : result.findings) {
     json.begin_object();
-    json.member("identifier", findings.identifiers[i]);
-    json.member("offset", findings.offsets[i]);
-    json.member("record", static_cast<std::uint64_t>(findings.records[i]));
-    json.member("text", findings.texts[i]);
+    json.member("identifier", finding.identifier);
+    json.member("offset", finding.offset);
+    json.member("record", finding.record);
+    json.member("text", finding.text);
     json.end_object();
   }
   json.end_array();
@@ -132,13 +86,13 @@ int run(const Options& options, Job& job) {
     throw UsageError("an index belongs to a BAM file, and " + input.name() + " is none");
   }
   const std::vector<host::Owned> outputs = check(job, input, options);
-  const Result result = result_of(outputs[0].get());
+  const CheckResult result = check_result(outputs[0].get());
   if (job.json()) {
     print_json(job, input, options, result);
   } else {
     print(job, input, result);
   }
-  const std::size_t kept = result.findings.identifiers.size();
+  const std::size_t kept = result.findings.size();
   if (kept < result.count) {
     job.messages().note(input.name(), std::to_string(result.count - kept) +
                                           " further findings are counted and not listed");

@@ -9,6 +9,7 @@
 
 #include "cli/alignment_header.h"
 #include "cli/commands.h"
+#include "cli/failure.h"
 #include "cli/input.h"
 #include "cli/job.h"
 #include "cli/named_pipe.h"
@@ -48,6 +49,11 @@ std::string format_of(const Options& options) {
   for (const Ending& ending : kEndings) {
     if (options.output.ends_with(ending.ending)) return ending.format;
   }
+  if (options.output.ends_with(".gz")) {
+    throw UsageError(options.output +
+                     ": what is written is not compressed; write it to - and send "
+                     "it through gzip");
+  }
   throw UsageError("the format of " + options.output +
                    " cannot be told from its name: use --to bam, sam, fastq or fasta");
 }
@@ -81,8 +87,15 @@ void convert(Job& job, const Input& input, const Options& options, const std::st
     return;
   }
   const AlignmentHeader header = read_header(job, input);
-  job.call("convertFormat", 0, input.path(), from, path, format, std::move(numbers),
-           wanted_references(options, header, input));
+  try {
+    job.call("convertFormat", 0, input.path(), from, path, format, std::move(numbers),
+             wanted_references(options, header, input));
+  } catch (const Failure& e) {
+    if (e.identifier() != "Tessel:cpp:out_of_range") throw;
+    throw Failure(input.name(),
+                  "a record lies on a reference that --refs does not keep, or on none",
+                  e.identifier(), "choose the records that lie on kept references with --records");
+  }
 }
 
 // The library writes SAM without a header, and tells nobody how many records it found.

@@ -179,15 +179,16 @@ void write_count(Job& job, const Input& input, const Options& options,
 }
 
 int run(const Options& options, Job& job) {
+  if (options.contained && options.regions.empty()) throw UsageError("--contained needs a region");
   const Input input(job, options.input, {Kind::kBam, Kind::kSam});
   job.set_main_input(input);
+  Target target(job, options.output, Target::Content::kText,
+                options.force ? Target::Existing::kReplaced : Target::Existing::kKept, {&input});
   const AlignmentHeader header = read_header(job, input);
   // Before anything is written: a region that is none.
   for (const std::string& text : options.regions) {
     if (text != kUnplaced) parse_region(text, header.references, input.name());
   }
-  Target target(job, options.output, Target::Content::kText,
-                options.force ? Target::Existing::kReplaced : Target::Existing::kKept, {&input});
   target.write_here([&](Output& out) {
     if (options.count) {
       write_count(job, input, options, header, out);

@@ -7,7 +7,7 @@ readkit convert --json small.sam reads.fa
 cat reads.fa
 echo 'to BAM:'
 readkit convert small.sam small2.bam
-readkit view small2.bam | cmp - lines
+readkit view -h small2.bam | cmp - small.sam
 readkit convert --records 1-3 --refs chr1 small.bam part.bam
 readkit header part.bam | head -n 1
 readkit refs part.bam
