@@ -66,7 +66,8 @@ constexpr Advice kAdvice[] = {
     {"seqlab:scanqualities:InvalidData", Argument::kNone,
      "a read cannot be counted: its bases and qualities differ in number, or a quality is no "
      "character from ! to ~",
-     "readkit check {file} tells where; FASTQ records must have four lines each, BAM and SAM records "
+     "readkit check {file} tells where; FASTQ records must have four lines each, BAM and SAM "
+     "records "
      "their qualities"},
     {"seqlab:scanqualities:UnableToOpenFile", Argument::kFile, "cannot be opened",
      "check that it exists, and that you may read it"},

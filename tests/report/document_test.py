@@ -8,6 +8,7 @@ document with its schema.
 import json
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -22,8 +23,8 @@ except ImportError:
     jsonschema = None
 
 PROGRAM, ROOT = (pathlib.Path(sys.argv.pop(1)).resolve() for _ in range(2))
-ILLUMINA = reads.made_up(1, 1500, range(30, 61), 40)
-LONG = reads.made_up(2, 40, [5, 80, 900, 1234], 60)
+ILLUMINA = reads.made_up(1, 1050, range(30, 51), 40)
+LONG = reads.made_up(2, 20, [5, 80, 900, 1234], 60)
 OLD = reads.made_up(3, 50, [36], 40, offset=64)
 UPPER = reads.made_up(4, 200, range(1, 90), 41, letters='ACGTN')
 
@@ -45,8 +46,8 @@ class Document(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
-    def run_program(self, *arguments, status=0, stdin=None):
-        done = subprocess.run([PROGRAM, 'quality', *map(str, arguments)], cwd=self.folder,
+    def run_program(self, *arguments, status=0, stdin=None, program=PROGRAM):
+        done = subprocess.run([program, 'quality', *map(str, arguments)], cwd=self.folder,
                               input=stdin, capture_output=True, timeout=60, check=False)
         self.assertEqual(done.returncode, status, done.stderr.decode())
         return done.stdout, done.stderr.decode()
@@ -247,6 +248,21 @@ class Document(unittest.TestCase):
         self.assertIn('exists already', message)
         self.run_program('--fastqc-data', 'out/qc', '--force', files[0])
 
+    @unittest.skipIf(shutil.which('multiqc') is None, 'multiqc is not there')
+    def test_fastqc_data_is_read_by_multiqc(self):
+        file = reads.write(self.folder, 'lane 1.fastq', reads.fastq(ILLUMINA))
+        sample = self.document('--fastqc-data', 'qc', file)['samples'][0]
+        subprocess.run(['multiqc', '--quiet', '-o', 'out', 'qc'], cwd=self.folder, check=True,
+                       capture_output=True, timeout=120)
+        titles, values = (line.split('\t') for line in (
+            self.folder / 'out/multiqc_data/multiqc_fastqc.txt').read_text().splitlines())
+        found = dict(zip(titles, values))
+        self.assertEqual(found['Sample'], 'lane 1')
+        self.assertEqual(float(found['Total Sequences']), sample['reads'])
+        self.assertEqual(float(found['%GC']), sample['gc_percent'])
+        self.assertEqual(found['per_base_n_content'], next(
+            v['status'] for v in sample['verdicts'] if v['name'] == 'other_letters'))
+
     # ---- Outputs ---------------------------------------------------------------------------------
 
     def test_text_says_what_the_document_says(self):
@@ -254,7 +270,7 @@ class Document(unittest.TestCase):
         sample = self.document(file)['samples'][0]
         text = self.run_program(file)[0].decode()
         lines = dict(line.split('\t') for line in text.splitlines() if not line.startswith(' '))
-        self.assertEqual(lines['reads'], '1500')
+        self.assertEqual(lines['reads'], '1050')
         self.assertEqual(float(lines['mean quality']), sample['mean_quality'])
         self.assertEqual(lines['verdict'], sample['status'])
         found = re.findall(r'^  (\w+)\t(.*?): (\S+?)%? ', text, re.MULTILINE)
@@ -278,6 +294,22 @@ class Document(unittest.TestCase):
             self.assertIn(message, text)
         self.assertEqual(file.read_bytes(), before)
         self.assertEqual([p.name for p in self.folder.iterdir()], ['a.fastq'])
+
+    def test_program_without_its_page(self):
+        # As a build without npm leaves it: the program and its libraries, and no share/readkit.
+        elsewhere = self.folder / 'elsewhere'
+        (elsewhere / 'bin').mkdir(parents=True)
+        shutil.copy(PROGRAM, elsewhere / 'bin/readkit')
+        (elsewhere / 'lib').symlink_to(PROGRAM.parent.parent / 'lib')
+        file = reads.write(self.folder, 'a.fastq', reads.fastq(ILLUMINA[:5]))
+        program = elsewhere / 'bin/readkit'
+        out, message = self.run_program('--report', 'page.html', file, status=1, program=program)
+        self.assertEqual(out, b'')
+        self.assertRegex(message, r'share/readkit/report.html: the page is missing.*\n  build readkit '
+                                  r'where npm is there')
+        self.assertFalse((self.folder / 'page.html').exists())
+        self.assertEqual(self.run_program('--json', file, program=program),
+                         self.run_program('--json', file))
 
 
 class LockFile(unittest.TestCase):

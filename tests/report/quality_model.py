@@ -34,10 +34,9 @@ def groups(longest, alone):
 
 
 def position(reads, group, first):
-    inside = [(base, quality) for bases, qualities in reads
-              for base, quality in list(zip(bases, qualities))[group.start:group.stop]]
-    qualities = [quality for _, quality in inside]
-    letters = Counter(letter(base) for base, _ in inside)
+    inside = slice(group.start, group.stop)
+    qualities = [quality for _, of_read in reads for quality in of_read[inside]]
+    letters = Counter(letter(base) for bases, _ in reads for base in bases[inside])
     return {
         'from': first + group.start, 'to': first + group.stop - 1,
         'reads': sum(len(bases) > group.start for bases, _ in reads),
