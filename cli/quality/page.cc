@@ -45,7 +45,6 @@ std::string escaped(std::string_view text) {
 
 std::string text_of(const Json& value) {
   if (value.is_string()) return escaped(value.get<std::string>());
-  if (value.is_null()) return "&ndash;";
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
   return number_text(value);
 }
@@ -257,20 +256,36 @@ std::string sample_choice(const Json& document) {
   return html;
 }
 
+// A setting in words, and the words for one that was not given.
+struct SettingWords {
+  const char* key;
+  const char* words;
+  const char* none;
+};
+constexpr SettingWords kSettings[] = {
+    {"encoding", "Encoding asked for", ""},
+    {"from", "First position", ""},
+    {"to", "Last position", "the end of a read"},
+    {"min_length", "Least length", ""},
+    {"min_average", "Least average quality", "any"},
+    {"first", "Reads of each file", "all"},
+    {"mapped_only", "Only records with a reference", ""},
+    {"position_groups", "Positions of long reads grouped", ""},
+};
+
 std::string settings(const Json& document) {
   std::string html = "<dl>";
-  const auto entry = [&](const std::string& name, const Json& value) {
-    html += "<dt>" + name + "</dt><dd>" + text_of(value) + "</dd>\n";
+  const auto entry = [&](const std::string& name, const std::string& value) {
+    html += "<dt>" + name + "</dt><dd>" + value + "</dd>\n";
   };
-  entry("readkit", document["readkit"]);
-  for (const auto& [name, value] : document["settings"].items()) {
-    std::string words = name;
-    for (char& c : words) c = c == '_' ? ' ' : c;
-    entry(words, value);
+  entry("Made by", "readkit " + text_of(document["readkit"]));
+  for (const SettingWords& setting : kSettings) {
+    const Json& value = document["settings"][setting.key];
+    entry(setting.words, value.is_null() ? setting.none : text_of(value));
   }
   for (const Json& sample : document["samples"]) {
-    entry("file", sample["file"]);
-    entry("encoding", sample["encoding"]["text"]);
+    entry(text_of(sample["name"]), text_of(sample["file"]) + " (" + text_of(sample["kind"]) + ", " +
+                                       text_of(sample["encoding"]["text"]) + ")");
   }
   return html + "</dl>\n";
 }

@@ -280,7 +280,10 @@ export function length(sample) {
         axis: { format: ',d', tickMinStep: 1 },
       }),
       x2: { field: 'right' },
-      y: quantity('reads', 'reads', { scale: { domainMin: 0 } }),
+      y: quantity('reads', 'reads', {
+        scale: { domainMin: 0 },
+        axis: { format: ',d', tickMinStep: 1 },
+      }),
       y2: { datum: 0 },
       tooltip: [
         { field: 'range', title: 'length' },
