@@ -34,7 +34,8 @@ void print_error_document(Job& job, const Failure& failure) {
 
 int run_command(const Command& command) {
   // A bare call of a function ends as any program does that minds no signals.
-  if (command.name() != kCall) catch_interrupts();
+  const bool is_bare = command.name() == kCall;
+  if (!is_bare) catch_interrupts();
   Job job(command.name(), command.common());
   try {
     const int status = command.runner()(job);
@@ -44,6 +45,9 @@ int run_command(const Command& command) {
     job.progress().end();
     job.messages().error(e);
     if (job.json() && !job.has_begun_document()) print_error_document(job, e);
+  } catch (const BrokenPipe&) {
+    // Of head, for example, which has seen enough.
+    if (is_bare) throw;
   } catch (const Interrupted&) {
     job.progress().end();
     job.messages().error("interrupted; nothing is left behind");
@@ -83,7 +87,7 @@ int run(int argc, char** argv) {
 }  // namespace readkit::cli
 
 int main(int argc, char** argv) {
-  // A reader that goes away is an error to report, not a reason to die without a word.
+  // A reader that goes away is an error, not a reason to die: what is temporary must be removed.
   std::signal(SIGPIPE, SIG_IGN);
   return readkit::cli::run(argc, argv);
 }

@@ -47,7 +47,10 @@ void Output::write_out() {
     if (n <= 0) {
       const int reason = n < 0 ? errno : EIO;
       used_ = 0;
-      throw OutputError("cannot write the output: " + std::generic_category().message(reason));
+      const std::string what =
+          "cannot write the output: " + std::generic_category().message(reason);
+      if (reason == EPIPE) throw BrokenPipe(what);
+      throw OutputError(what);
     }
     done += static_cast<std::size_t>(n);
   }

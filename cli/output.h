@@ -14,6 +14,12 @@ class OutputError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Standard output is a pipe, and who read it has gone.
+class BrokenPipe : public OutputError {
+ public:
+  using OutputError::OutputError;
+};
+
 class Output {
  public:
   /// Writes to the file descriptor `fd`, which stays the caller's. What is still buffered when an

@@ -138,13 +138,35 @@ std::string with_newline(std::string text) {
   return text;
 }
 
+// Says in the end that lines had array fields, which the library prints without their subtype.
+class ArrayWarning {
+ public:
+  void look_at(std::string_view line) { count_ += line.find(":B:") != std::string_view::npos; }
+  void say(Job& job, const Input& input) const {
+    if (count_ == 0 || input.kind() != Kind::kBam) return;
+    job.messages().warn(
+        input.name(),
+        "array fields (type B) are printed without their subtype, which other tools "
+        "refuse; records with :B: in a field: " +
+            std::to_string(count_),
+        "use --no-tags, or work on the BAM file");
+  }
+
+ private:
+  std::uint64_t count_ = 0;
+};
+
 void write_text(Job& job, const Input& input, const Options& options, const AlignmentHeader& header,
                 Output& out) {
   if (options.with_header || options.header_only) out.append(with_newline(header.text));
+  ArrayWarning arrays;
   for_each_line(job, input, options, header, [&](std::string_view line) {
-    out.append(options.tags ? line : SamLine(line).without_tags);
+    const std::string_view text = options.tags ? line : SamLine(line).without_tags;
+    arrays.look_at(text);
+    out.append(text);
     out.append('\n');
   });
+  arrays.say(job, input);
 }
 
 void write_json(Job& job, const Input& input, const Options& options, const AlignmentHeader& header,
