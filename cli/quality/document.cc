@@ -41,7 +41,7 @@ double percent(std::uint64_t part, std::uint64_t whole) {
 // The least of 1, 2, 5, 10, 20, ... that cuts `span` into at most `most` pieces.
 std::uint64_t nice_width(std::uint64_t span, std::uint64_t most) {
   for (std::uint64_t power = 1;; power *= 10) {
-    for (const std::uint64_t digit : {1, 2, 5}) {
+    for (const std::uint64_t digit : {1U, 2U, 5U}) {
       if (span <= digit * power * most) return digit * power;
     }
   }
@@ -71,9 +71,9 @@ int percentile_of(const QualityCounts::Histogram& counts, int percentile, int sh
   return static_cast<int>(i) - shift;
 }
 
-double percent_from(const QualityCounts::Histogram& counts, int quality, int shift) {
+double percent_from(const QualityCounts::Histogram& counts, std::size_t quality, int shift) {
   std::uint64_t good = 0;
-  for (auto i = static_cast<std::size_t>(quality + shift); i < counts.size(); ++i) {
+  for (std::size_t i = quality + static_cast<std::size_t>(shift); i < counts.size(); ++i) {
     good += counts[i];
   }
   return percent(good, sum_of(counts));
