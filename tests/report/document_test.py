@@ -25,7 +25,8 @@ except ImportError:
 PROGRAM, ROOT = (pathlib.Path(sys.argv.pop(1)).resolve() for _ in range(2))
 VALIDATOR = jsonschema and jsonschema.Draft202012Validator(
     json.loads((ROOT / 'docs/schemas/quality.json').read_text()))
-ILLUMINA = reads.made_up(1, 1050, range(30, 51), 40)
+# The last read alone reaches the last positions, which are bad and not judged.
+ILLUMINA = reads.made_up(1, 1050, range(30, 51), 40) + [('ACGT' * 15, '#' * 60)]
 LONG = reads.made_up(2, 20, [5, 80, 900, 1234], 60)
 OLD = reads.made_up(3, 50, [36], 40, offset=64)
 UPPER = reads.made_up(4, 200, range(1, 90), 41, letters='ACGTN')
@@ -162,6 +163,12 @@ class Document(unittest.TestCase):
         _, message = self.run_program(file, status=1)
         self.assertIn('(seqlab:scanqualities:InvalidData)', message)
 
+    def test_reads_of_one_gc_content(self):
+        # All of them in one bin: no normal curve is narrower than the bin.
+        same = [('ACGT' * 5, 'I' * 20)] * 1000
+        file = reads.write(self.folder, 'same.fastq', reads.fastq(same))
+        self.check([file], quality_model.sample(same))
+
     def test_names_and_standard_input(self):
         (self.folder / 'b').mkdir()
         text = reads.fastq(ILLUMINA[:5])
@@ -274,7 +281,7 @@ class Document(unittest.TestCase):
         sample = self.document(file)['samples'][0]
         text = self.run_program(file)[0].decode()
         lines = dict(line.split('\t') for line in text.splitlines() if not line.startswith(' '))
-        self.assertEqual(lines['reads'], '1050')
+        self.assertEqual(lines['reads'], '1051')
         self.assertEqual(float(lines['mean quality']), sample['mean_quality'])
         self.assertEqual(lines['verdict'], sample['status'])
         found = re.findall(r'^  (\w+)\t(.*?): (\S+?)%? ', text, re.MULTILINE)
