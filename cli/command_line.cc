@@ -45,6 +45,7 @@ const char* help_flags(const Command& command) {
 
 [[noreturn]] void fail_unknown(const std::vector<Command>& commands, const std::string& name) {
   std::vector<std::string> known;
+  known.reserve(commands.size());
   for (const Command& command : commands) known.push_back(command.name());
   std::string message = "there is no command '" + name + "'";
   for (const std::string& nearest : nearest_names(name, known, 1)) {

@@ -18,6 +18,7 @@ std::string joined(const std::vector<std::string>& words, std::string_view separ
 
 std::vector<std::string> names_of(const std::vector<Command>& commands) {
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const Command& command : commands) names.push_back(command.name());
   return names;
 }
@@ -25,7 +26,8 @@ std::vector<std::string> names_of(const std::vector<Command>& commands) {
 std::vector<std::string> options_of(const Command& command) {
   std::vector<std::string> options;
   for (const Parameter& parameter : command.parameters()) {
-    for (const std::string& name : parameter.spellings()) options.push_back(name);
+    const std::vector<std::string> names = parameter.spellings();
+    options.insert(options.end(), names.begin(), names.end());
   }
   options.emplace_back(kHelp);
   return options;

@@ -87,6 +87,7 @@ class Rows {
  public:
   Rows(std::vector<host::Owned> arrays, const std::vector<std::string>& fields, std::size_t size)
       : arrays_(std::move(arrays)), size_(size) {
+    columns_.reserve(fields.size());
     for (std::size_t i = 0; i < fields.size(); ++i) {
       columns_.emplace_back(fields[i], arrays_[i + 1].get());
     }
