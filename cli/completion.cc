@@ -2,19 +2,12 @@
 
 #include <string_view>
 
+#include "cli/joined.h"
+
 namespace readkit::cli {
 namespace {
 
 constexpr char kHelp[] = "--help";
-
-std::string joined(const std::vector<std::string>& words, std::string_view separator) {
-  std::string result;
-  for (const std::string& word : words) {
-    if (!result.empty()) result += separator;
-    result += word;
-  }
-  return result;
-}
 
 std::vector<std::string> names_of(const std::vector<Command>& commands) {
   std::vector<std::string> names;
