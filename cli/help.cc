@@ -73,13 +73,13 @@ std::string usage(const Command& command) {
 }
 
 const Parameter& help_parameter() {
-  static const Parameter kHelp = [] {
+  static const Parameter help = [] {
     Parameter parameter;
     parameter.names = "--help";
     parameter.help = "Print this help";
     return parameter;
   }();
-  return kHelp;
+  return help;
 }
 
 // A character that roff would take for its own is spelled out.
@@ -91,7 +91,7 @@ std::string roff(std::string_view text) {
     } else if (c == '-') {
       result += "\\-";
     } else if (c == '\'') {
-      result += "\\(aq";
+      result += R"(\(aq)";
     } else if ((c == '.' && (result.empty() || result.back() == '\n'))) {
       result += "\\&.";
     } else {

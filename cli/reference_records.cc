@@ -14,10 +14,10 @@ constexpr char kEndPosition[] = "EndPosition";
 }  // namespace
 
 const std::vector<std::string>& record_fields() {
-  static const std::vector<std::string> kFields = {
+  static const std::vector<std::string> fields = {
       "Flag",        "Position",  "MappingQuality", "MatePosition", "QueryLength",
       "EndPosition", "Signature", "Sequence",       "Header",       "Quality"};
-  return kFields;
+  return fields;
 }
 
 bool is_text_field(const std::string& field) {

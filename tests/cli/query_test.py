@@ -105,6 +105,18 @@ class QueryTest(unittest.TestCase):
                 if i % 2:  # one that is cut short is never used
                     self.assertEqual(done.stdout, b"300\n", done.stderr)
 
+    def test_fields_of_more_records_than_are_asked_for_at_once(self):
+        with tempfile.TemporaryDirectory() as folder:
+            bam = pathlib.Path(folder) / "many.bam"
+            # Many at one position, so that a batch ends among equals.
+            bam.write_bytes(small_bam.bam([(b"chr1", 10_000)], [
+                small_bam.record(b"%d" % i, 0, i // 3000, [(2, "M")], "AC")
+                for i in range(70_000)]))
+            found, said = run("fields", "-q", "--field", "Header,Position", bam, "chr1")
+            self.assertEqual(said, b"")
+            self.assertEqual(found, b"Header\tPosition\n" + b"".join(
+                b"%d\t%d\n" % (i, i // 3000 + 1) for i in range(70_000)))
+
     def test_real_files(self):
         data = os.environ.get("READKIT_TEST_DATA")
         if data is None:
