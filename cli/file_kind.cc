@@ -106,7 +106,8 @@ FileKind kind_of(std::span<const std::uint8_t> start) {
   }
   if (content.empty()) return {Kind::kOther, false, "compressed data that is damaged or empty"};
   FileKind kind = kind_of_content(content);
-  kind.packed = true;
+  // Anything else is left as it is: it may be a BAM file that is damaged at its start.
+  kind.packed = kind.kind == Kind::kSam || kind.kind == Kind::kFastq || kind.kind == Kind::kFasta;
   return kind;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <string_view>
 #include <utility>
@@ -33,7 +34,7 @@ std::string duration(double seconds) {
   constexpr long kMost = 359999;
   constexpr long kHour = 3600;
   constexpr long kMinute = 60;
-  const long all = std::min(kMost, static_cast<long>(std::min(seconds, double{kMost}) + 0.5));
+  const long all = std::min(kMost, std::lround(std::min(seconds, double{kMost})));
   std::array<char, 32> text;
   const int n = all >= kHour ? std::snprintf(text.data(), text.size(), "%ld:%02ld:%02ld",
                                              all / kHour, all / kMinute % kMinute, all % kMinute)
