@@ -66,6 +66,7 @@ AlignmentHeader read_header(Job& job, const Input& input) {
     header.text = host::text_of(outputs[0].get());
     const std::vector<std::string> names = host::texts_of(outputs[1].get());
     const std::span<const std::uint32_t> lengths = host::data_of<std::uint32_t>(outputs[2].get());
+    header.references.reserve(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
       header.references.push_back({names[i], lengths[i]});
     }

@@ -25,6 +25,7 @@ CheckResult check_result(const txArray* a) {
       host::data_of<std::uint64_t>(host::field_of(findings, "offset"));
   const std::span<const double> records = host::data_of<double>(host::field_of(findings, "record"));
   const std::vector<std::string> texts = host::texts_of(host::field_of(findings, "text"));
+  result.findings.reserve(identifiers.size());
   for (std::size_t i = 0; i < identifiers.size(); ++i) {
     result.findings.push_back(
         {identifiers[i], offsets[i], static_cast<std::uint64_t>(records[i]), texts[i]});

@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "cli/joined.h"
 #include "cli/usage_error.h"
 
 namespace readkit::cli {
@@ -13,11 +14,9 @@ namespace {
 void check_choice(const Parameter& parameter, const std::string& text) {
   const std::vector<std::string>& choices = parameter.value.choices;
   if (choices.empty() || std::find(choices.begin(), choices.end(), text) != choices.end()) return;
-  std::string all;
-  for (const std::string& choice : choices) all += (all.empty() ? "" : ", ") + choice;
   throw UsageError(
       (parameter.is_positional() ? parameter.value.name : parameter.spellings().back()) + ": '" +
-      text + "' is none of " + all);
+      text + "' is none of " + joined(choices));
 }
 
 // The function that stores texts, after a look at each.

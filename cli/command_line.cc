@@ -1,5 +1,6 @@
 #include "cli/command_line.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -45,12 +46,25 @@ const char* help_flags(const Command& command) {
 
 [[noreturn]] void fail_unknown(const std::vector<Command>& commands, const std::string& name) {
   std::vector<std::string> known;
+  known.reserve(commands.size());
   for (const Command& command : commands) known.push_back(command.name());
   std::string message = "there is no command '" + name + "'";
   for (const std::string& nearest : nearest_names(name, known, 1)) {
     message += "; did you mean " + nearest + "?";
   }
   throw UsageError(message);
+}
+
+// "help" and "help COMMAND", which people type, are "--help" and "COMMAND --help".
+std::vector<std::string> words_of(int argc, const char* const* argv) {
+  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  if (!words.empty() && words.front() == "help") {
+    words.erase(words.begin());
+    words.emplace_back("--help");
+  }
+  // The parser takes them from the last to the first.
+  std::reverse(words.begin(), words.end());
+  return words;
 }
 
 }  // namespace
@@ -73,7 +87,7 @@ Request parse_command_line(const std::vector<Command>& commands, int argc, const
     return subs.empty() ? nullptr : command_of.at(subs.front());
   };
   try {
-    app.parse(argc, argv);
+    app.parse(words_of(argc, argv));
   } catch (const CLI::CallForHelp&) {
     return {nullptr, named() == nullptr ? help_text(commands) : help_text(*named())};
   } catch (const CLI::CallForVersion&) {

@@ -2,22 +2,16 @@
 
 #include <string_view>
 
+#include "cli/joined.h"
+
 namespace readkit::cli {
 namespace {
 
 constexpr char kHelp[] = "--help";
 
-std::string joined(const std::vector<std::string>& words, std::string_view separator) {
-  std::string result;
-  for (const std::string& word : words) {
-    if (!result.empty()) result += separator;
-    result += word;
-  }
-  return result;
-}
-
 std::vector<std::string> names_of(const std::vector<Command>& commands) {
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const Command& command : commands) names.push_back(command.name());
   return names;
 }
@@ -25,7 +19,8 @@ std::vector<std::string> names_of(const std::vector<Command>& commands) {
 std::vector<std::string> options_of(const Command& command) {
   std::vector<std::string> options;
   for (const Parameter& parameter : command.parameters()) {
-    for (const std::string& name : parameter.spellings()) options.push_back(name);
+    const std::vector<std::string> names = parameter.spellings();
+    options.insert(options.end(), names.begin(), names.end());
   }
   options.emplace_back(kHelp);
   return options;

@@ -43,11 +43,10 @@ bool is_sam_record(std::string_view line) {
   constexpr std::size_t kPositionField = 3;
   constexpr std::size_t kLeastTabs = 10;
   std::size_t field = 0;
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    if (line[i] == '\t') {
+  for (const char c : line) {
+    if (c == '\t') {
       ++field;
-    } else if ((field == kFlagField || field == kPositionField) &&
-               (line[i] < '0' || line[i] > '9')) {
+    } else if ((field == kFlagField || field == kPositionField) && (c < '0' || c > '9')) {
       return false;
     }
   }
@@ -107,7 +106,8 @@ FileKind kind_of(std::span<const std::uint8_t> start) {
   }
   if (content.empty()) return {Kind::kOther, false, "compressed data that is damaged or empty"};
   FileKind kind = kind_of_content(content);
-  kind.packed = true;
+  // Anything else is left as it is: it may be a BAM file that is damaged at its start.
+  kind.packed = kind.kind == Kind::kSam || kind.kind == Kind::kFastq || kind.kind == Kind::kFasta;
   return kind;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "cli/joined.h"
 #include "cli/version.h"
 
 namespace readkit::cli {
@@ -37,17 +38,9 @@ std::string wrapped(std::string_view text, std::size_t indent, std::size_t colum
   return result;
 }
 
-std::string joined_spellings(const Parameter& parameter) {
-  std::string result;
-  for (const std::string& name : parameter.spellings()) {
-    result += (result.empty() ? "" : ", ") + name;
-  }
-  return result;
-}
-
 // "-o, --output FILE", or "REGION..." for a positional argument.
 std::string title(const Parameter& parameter) {
-  std::string result = joined_spellings(parameter);
+  std::string result = joined(parameter.spellings());
   if (parameter.is_flag()) return result;
   if (!result.empty()) result += ' ';
   result += parameter.value.name;
@@ -57,11 +50,7 @@ std::string title(const Parameter& parameter) {
 
 std::string help_of(const Parameter& parameter) {
   if (parameter.value.choices.empty()) return parameter.help;
-  std::string choices;
-  for (const std::string& choice : parameter.value.choices) {
-    choices += (choices.empty() ? "" : ", ") + choice;
-  }
-  return parameter.help + ": " + choices;
+  return parameter.help + ": " + joined(parameter.value.choices);
 }
 
 std::string entry(const std::string& name, const std::string& help) {
@@ -84,13 +73,13 @@ std::string usage(const Command& command) {
 }
 
 const Parameter& help_parameter() {
-  static const Parameter kHelp = [] {
+  static const Parameter help = [] {
     Parameter parameter;
     parameter.names = "--help";
     parameter.help = "Print this help";
     return parameter;
   }();
-  return kHelp;
+  return help;
 }
 
 // A character that roff would take for its own is spelled out.
@@ -102,7 +91,7 @@ std::string roff(std::string_view text) {
     } else if (c == '-') {
       result += "\\-";
     } else if (c == '\'') {
-      result += "\\(aq";
+      result += R"(\(aq)";
     } else if ((c == '.' && (result.empty() || result.back() == '\n'))) {
       result += "\\&.";
     } else {

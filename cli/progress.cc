@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <string_view>
 #include <utility>
@@ -33,7 +34,7 @@ std::string duration(double seconds) {
   constexpr long kMost = 359999;
   constexpr long kHour = 3600;
   constexpr long kMinute = 60;
-  const long all = std::min(kMost, static_cast<long>(std::min(seconds, double{kMost}) + 0.5));
+  const long all = std::min(kMost, std::lround(std::min(seconds, double{kMost})));
   std::array<char, 32> text;
   const int n = all >= kHour ? std::snprintf(text.data(), text.size(), "%ld:%02ld:%02ld",
                                              all / kHour, all / kMinute % kMinute, all % kMinute)
@@ -68,6 +69,7 @@ void Progress::begin(const std::string& path, const std::string& name, std::uint
 }
 
 void Progress::moved(const char* path, std::uint64_t position, bool is_write) {
+  last_was_write_ = is_write;
   const std::string_view key(path);
   if (!is_write && key == input_path_) {
     input_.position = position;
@@ -98,15 +100,16 @@ Progress::Stage Progress::stage() const {
       const auto found = written_.find(path);
       if (found != written_.end()) all += found->second;
     }
-    return {"merging", sum(read_again_), all};
+    return {"merging", sum(read_again_), all, true};
   }
   // The last block of the input is shown at its start; a block has 64 KiB at most.
   constexpr std::uint64_t kReadAhead = std::uint64_t{1} << 20;
   const bool is_read = input_.size > 0 && input_.position + kReadAhead >= input_.size;
   if (stages_ > 1 && is_read && written_.size() == 1) {
-    return {"writing", sum(written_), std::max(input_.size, sum(written_))};
+    return {"writing", sum(written_), std::max(input_.size, sum(written_)), true};
   }
-  return {"reading", input_.position, input_.size};
+  const bool is_run = stages_ > 1 && last_was_write_;
+  return {is_run ? "writing a run" : "reading", input_.position, input_.size, false};
 }
 
 void Progress::show() {
@@ -126,13 +129,12 @@ void Progress::show() {
 std::string Progress::line(Clock::time_point now) const {
   const double seconds = std::max(std::chrono::duration<double>(now - start_).count(), 1e-3);
   const Stage current = stage();
-  const bool is_second = current.name != std::string_view("reading");
-  const double moved = static_cast<double>(current.done + (is_second ? input_.size : 0));
+  const double moved = static_cast<double>(current.done + (current.is_second ? input_.size : 0));
   std::string text = "readkit " + command_ + ": " + input_.name + ": " + current.name;
   if (current.all == 0)
     return text + ", " + megabytes(moved) + ", " + megabytes(moved / seconds) + "/s";
   double part = std::min(static_cast<double>(current.done) / static_cast<double>(current.all), 1.0);
-  if (stages_ > 1) part = (part + (is_second ? 1 : 0)) / 2;
+  if (stages_ > 1) part = (part + (current.is_second ? 1 : 0)) / 2;
   text += ", " + std::to_string(static_cast<int>(100 * part)) + " %, " +
           megabytes(moved / seconds) + "/s";
   constexpr double kLeastPart = 0.005;  // before that any guess is a bad one

@@ -45,6 +45,7 @@ class Progress {
     const char* name;
     std::uint64_t done;
     std::uint64_t all;  // 0: not known
+    bool is_second;
   };
   Stage stage() const;
   void show();
@@ -60,6 +61,7 @@ class Progress {
   // What is written and, in between, read again: temporary files and outputs.
   std::map<std::string, std::uint64_t, std::less<>> written_;
   std::map<std::string, std::uint64_t, std::less<>> read_again_;
+  bool last_was_write_ = false;
   Clock::time_point start_ = Clock::now();
   Clock::time_point next_;
 };

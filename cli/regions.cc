@@ -42,6 +42,7 @@ std::size_t find_reference(const std::string& name, const std::vector<Reference>
   if (found != references.end()) return static_cast<std::size_t>(found - references.begin());
   constexpr std::size_t kMost = 3;
   std::vector<std::string> names;
+  names.reserve(references.size());
   for (const Reference& reference : references) names.push_back(reference.name);
   std::string advice;
   for (const std::string& near : nearest_names(name, names, kMost)) {

@@ -16,14 +16,14 @@ std::string_view variable(const char* name) {
 }  // namespace
 
 const Terminal& terminal() {
-  static const Terminal kTerminal = [] {
+  static const Terminal standard = [] {
     Terminal found;
     found.output = isatty(STDOUT_FILENO) != 0;
     found.errors = isatty(STDERR_FILENO) != 0;
     found.colours = found.errors && variable("NO_COLOR").empty() && variable("TERM") != "dumb";
     return found;
   }();
-  return kTerminal;
+  return standard;
 }
 
 }  // namespace readkit::cli

@@ -1,6 +1,5 @@
 // readkit fields: chosen fields of the records of a reference, in columns.
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <numeric>
@@ -14,9 +13,11 @@
 #include "cli/failure.h"
 #include "cli/input.h"
 #include "cli/job.h"
+#include "cli/joined.h"
 #include "cli/npz.h"
 #include "cli/number_list.h"
 #include "cli/query_index.h"
+#include "cli/reference_records.h"
 #include "cli/regions.h"
 #include "cli/target.h"
 #include "cli/usage_error.h"
@@ -24,15 +25,6 @@
 namespace readkit::cli {
 namespace {
 
-constexpr std::array<const char*, 10> kFields = {
-    "Flag",        "Position",  "MappingQuality", "MatePosition", "QueryLength",
-    "EndPosition", "Signature", "Sequence",       "Header",       "Quality"};
-bool is_text_field(const std::string& field) {
-  return field == "Signature" || field == "Sequence" || field == "Header" || field == "Quality";
-}
-
-constexpr char kPosition[] = "Position";
-constexpr char kEndPosition[] = "EndPosition";
 // So many records are asked for at a time, so that memory does not grow with their number.
 constexpr std::size_t kBatch = std::size_t{1} << 16;
 
@@ -48,104 +40,16 @@ struct Options {
 };
 
 std::vector<std::string> wanted_fields(const Options& options) {
+  const std::vector<std::string>& known = record_fields();
   std::vector<std::string> fields = parse_name_list(options.fields);
   for (const std::string& field : fields) {
-    if (std::find(kFields.begin(), kFields.end(), field) != kFields.end()) continue;
-    std::string all;
-    for (const char* known : kFields) all += (all.empty() ? "" : ", ") + std::string(known);
-    throw UsageError("there is no field '" + field + "'; the fields are " + all);
+    if (std::find(known.begin(), known.end(), field) != known.end()) continue;
+    throw UsageError("there is no field '" + field + "'; the fields are " + joined(known));
   }
   return fields;
 }
 
-// Column `column` of a batch; numbers as they are shown, from 1 on and ends inclusive.
-class Column {
- public:
-  Column(const std::string& field, const txArray* array) : array_(array) {
-    if (txGetClassID(array) == txCELL_CLASS) {
-      texts_ = host::texts_of(array);
-      return;
-    }
-    numbers_ = host::numbers_of(array);
-    if (field == kEndPosition) {
-      for (double& number : numbers_) number -= number > 0 ? 1 : 0;
-    }
-  }
-
-  bool is_text() const { return txGetClassID(array_) == txCELL_CLASS; }
-  const std::string& text(std::size_t row) const { return texts_[row]; }
-  std::uint32_t number(std::size_t row) const { return static_cast<std::uint32_t>(numbers_[row]); }
-
- private:
-  const txArray* array_;
-  std::vector<std::string> texts_;
-  std::vector<double> numbers_;
-};
-
-// A batch of rows: the columns, and how many rows they have.
-class Rows {
- public:
-  Rows(std::vector<host::Owned> arrays, const std::vector<std::string>& fields, std::size_t size)
-      : arrays_(std::move(arrays)), size_(size) {
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      columns_.emplace_back(fields[i], arrays_[i + 1].get());
-    }
-  }
-
-  std::size_t size() const { return size_; }
-  const std::vector<Column>& columns() const { return columns_; }
-
- private:
-  std::vector<host::Owned> arrays_;
-  std::size_t size_;
-  std::vector<Column> columns_;
-};
-
-// The records of one reference, found through an index.
-class Records {
- public:
-  Records(Job& job, const Input& input, std::size_t reference, const QueryIndex& index)
-      : job_(job), input_(input), reference_(reference), index_(index) {
-    const std::vector<host::Owned> outputs =
-        job.call("getStartsInReference", 3, input.path(), index.path(), reference);
-    const std::span<const std::uint32_t> starts = host::data_of<std::uint32_t>(outputs[0].get());
-    if (!std::is_sorted(starts.begin(), starts.end())) {
-      throw Failure(input.name(), "its records are not in coordinate order", {},
-                    "sort it first: readkit sort -o sorted.bam " + input.name());
-    }
-    starts_.assign(starts.begin(), starts.end());
-    for (std::uint32_t& start : starts_) --start;  // what getFeatures takes begins at 0
-  }
-
-  std::size_t count() const { return starts_.size(); }
-
-  Rows batch(const std::vector<std::string>& fields, std::span<const std::uint32_t> ordinals) {
-    // The first column is asked for to see that the rows are those of these records.
-    std::vector<std::string> names = {kPosition};
-    names.insert(names.end(), fields.begin(), fields.end());
-    std::vector<host::Owned> arrays = job_.call(
-        "getFeatures", static_cast<int>(names.size()), input_.path(), index_.path(),
-        host::make_cell_of_texts(names), reference_,
-        host::make_array(host::Dims{ordinals.size(), 1}, ordinals), host::make_column(starts_));
-    const std::span<const std::uint32_t> positions = host::data_of<std::uint32_t>(arrays[0].get());
-    for (std::size_t i = 0; i < ordinals.size(); ++i) {
-      if (positions[i] != starts_[ordinals[i] - 1] + 1) {
-        throw Failure(input_.name(), "its index leads to other records than it should", {},
-                      "make it anew: readkit index " + input_.name());
-      }
-    }
-    return {std::move(arrays), fields, ordinals.size()};
-  }
-
- private:
-  Job& job_;
-  const Input& input_;
-  std::size_t reference_;
-  const QueryIndex& index_;
-  std::vector<std::uint32_t> starts_;
-};
-
-std::vector<std::uint32_t> wanted_records(const Options& options, const Records& records,
+std::vector<std::uint32_t> wanted_records(const Options& options, const ReferenceRecords& records,
                                           const Input& input) {
   const auto count = static_cast<std::uint32_t>(records.count());
   if (!options.records) {
@@ -181,9 +85,9 @@ class TabSeparated : public Format {
     out_.append('\n');
   }
   void add(const Rows& rows, std::span<const std::uint32_t> /*ordinals*/) override {
-    for (std::size_t row = 0; row < rows.size(); ++row) {
+    for (std::size_t row = 0; row < rows.size; ++row) {
       bool first = true;
-      for (const Column& column : rows.columns()) {
+      for (const Column& column : rows.columns) {
         if (!first) out_.append('\t');
         first = false;
         out_.append(column.is_text() ? column.text(row) : std::to_string(column.number(row)));
@@ -212,11 +116,11 @@ class JsonRecords : public Format {
     json_.begin_array();
   }
   void add(const Rows& rows, std::span<const std::uint32_t> ordinals) override {
-    for (std::size_t row = 0; row < rows.size(); ++row) {
+    for (std::size_t row = 0; row < rows.size; ++row) {
       json_.begin_object();
       json_.member("record", ordinals[row]);
       for (std::size_t i = 0; i < fields_.size(); ++i) {
-        const Column& column = rows.columns()[i];
+        const Column& column = rows.columns[i];
         if (column.is_text()) {
           json_.member(fields_[i], column.text(row));
         } else {
@@ -237,7 +141,7 @@ class JsonRecords : public Format {
   std::vector<std::string> fields_;
 };
 
-void take_all(Records& records, const std::vector<std::string>& fields,
+void take_all(const ReferenceRecords& records, const std::vector<std::string>& fields,
               std::span<const std::uint32_t> ordinals, Format& format) {
   while (!ordinals.empty()) {
     const std::size_t n = std::min(kBatch, ordinals.size());
@@ -248,7 +152,7 @@ void take_all(Records& records, const std::vector<std::string>& fields,
 }
 
 // Column by column: the archive has one behind the other, and each is as wide as its longest text.
-void write_npz(Records& records, const std::vector<std::string>& fields,
+void write_npz(const ReferenceRecords& records, const std::vector<std::string>& fields,
                std::span<const std::uint32_t> ordinals, Output& out) {
   NpzWriter npz(out);
   for (const std::string& field : fields) {
@@ -256,7 +160,7 @@ void write_npz(Records& records, const std::vector<std::string>& fields,
     for (std::span<const std::uint32_t> left = ordinals; !left.empty();) {
       const std::size_t n = std::min(kBatch, left.size());
       const Rows rows = records.batch({field}, left.first(n));
-      const Column& part = rows.columns().front();
+      const Column& part = rows.columns.front();
       for (std::size_t row = 0; row < n; ++row) {
         if (part.is_text()) {
           column.add(part.text(row));
@@ -282,7 +186,7 @@ int run(const Options& options, Job& job) {
                 options.npz ? Target::Content::kBinary : Target::Content::kText, existing,
                 {&input});
   const QueryIndex index(job, input, header.references.size(), options.index);
-  Records records(job, input, reference, index);
+  const ReferenceRecords records(job, input, reference, index);
   const std::vector<std::uint32_t> ordinals = wanted_records(options, records, input);
   target.write_here([&](Output& out) {
     if (options.npz) return write_npz(records, fields, ordinals, out);

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Formats the manual pages as `man` does, and looks for what help says.
 
-    manual_test.py PROGRAM
+    manual_test.py PROGRAM DOCUMENT
+
+The document, docs/cli.md, must have a section for each command with all of its options.
 """
 
 import re
@@ -10,7 +12,10 @@ import subprocess
 import sys
 import unittest
 
-PROGRAM = None
+PROGRAM = DOCUMENT = None
+# Described in documents of their own, or shared by all commands.
+ELSEWHERE = {"call", "quality"}
+SHARED = {"--json", "--quiet", "--progress", "--no-progress", "--library", "--help"}
 
 
 def output(*words):
@@ -43,9 +48,26 @@ class ManualTest(unittest.TestCase):
             for example in re.findall(r"^  (readkit .*[^\\])$", text, re.MULTILINE):
                 self.assertIn(" ".join(example.split()), own)
 
+    def test_the_document_has_every_option(self):
+        with open(DOCUMENT, encoding="utf-8") as file:
+            parts = re.split(r"^## (.*)$", file.read(), flags=re.MULTILINE)
+        sections = dict(zip(parts[1::2], parts[2::2]))
+        for option in SHARED:
+            self.assertIn(f"`{option}", sections["All commands"])
+        for command in re.findall(r"^  ([a-z]+) ", output(PROGRAM, "--help"), re.MULTILINE):
+            if command in ELSEWHERE:
+                continue
+            section = next(text for name, text in sections.items() if command in name.split())
+            text = output(PROGRAM, command, "--help")
+            for line in re.findall(r"^  ((?:-\w, )?--[\w-]+)", text, re.MULTILINE):
+                if line.split()[-1] in SHARED:
+                    continue
+                for option in line.split(", "):
+                    self.assertRegex(section, rf"`{option}\b", command)
+
 
 if __name__ == "__main__":
-    PROGRAM = sys.argv[1]
+    PROGRAM, DOCUMENT = sys.argv[1:3]
     if shutil.which("groff") is None:
         print("skipped: groff is not installed")
         sys.exit(77)

@@ -84,6 +84,39 @@ class QueryTest(unittest.TestCase):
                 self.assertGreater(self.compare(bam, f"{bam}.bai", rng, False), 0)
                 self.compare(bam, bam.with_suffix(".exact.bai"), rng, True)
 
+    def test_damaged_indexes_do_no_harm(self):
+        rng = random.Random(9)
+        with tempfile.TemporaryDirectory() as folder:
+            bam = pathlib.Path(folder) / "spread.bam"
+            bam.write_bytes(spread_bam())
+            run("index", bam)
+            whole = pathlib.Path(f"{bam}.bai").read_bytes()
+            damaged = pathlib.Path(folder) / "damaged.bai"
+            for i in range(24):
+                bytes_ = bytearray(whole[:rng.randrange(len(whole))] if i % 2 else whole)
+                for _ in range(rng.choice([1, 20])):
+                    if bytes_:
+                        bytes_[rng.randrange(len(bytes_))] = rng.choice([0, 1, 127, 128, 255])
+                damaged.write_bytes(bytes_)
+                done = subprocess.run([PROGRAM, "view", "-c", "--index", damaged, bam, "chr1"],
+                                      capture_output=True, check=False)
+                self.assertIn(done.returncode, (0, 1), done.stderr)
+                self.assertNotIn(b"Sanitizer", done.stderr)
+                if i % 2:  # one that is cut short is never used
+                    self.assertEqual(done.stdout, b"300\n", done.stderr)
+
+    def test_fields_of_more_records_than_are_asked_for_at_once(self):
+        with tempfile.TemporaryDirectory() as folder:
+            bam = pathlib.Path(folder) / "many.bam"
+            # Many at one position, so that a batch ends among equals.
+            bam.write_bytes(small_bam.bam([(b"chr1", 10_000)], [
+                small_bam.record(b"%d" % i, 0, i // 3000, [(2, "M")], "AC")
+                for i in range(70_000)]))
+            found, said = run("fields", "-q", "--field", "Header,Position", bam, "chr1")
+            self.assertEqual(said, b"")
+            self.assertEqual(found, b"Header\tPosition\n" + b"".join(
+                b"%d\t%d\n" % (i, i // 3000 + 1) for i in range(70_000)))
+
     def test_real_files(self):
         data = os.environ.get("READKIT_TEST_DATA")
         if data is None:

@@ -5,6 +5,7 @@ import zlib
 
 END_OF_FILE = bytes.fromhex("1f8b08040000000000ff0600424302001b0003000000000000000000")
 SEQUENCE_CODES = {letter: code for code, letter in enumerate("=ACMGRSVTWYHKDBN")}
+BLOCK = 0xff00  # bytes of data in a block at most
 CIGAR_CODES = {letter: code for code, letter in enumerate("MIDNSHP=X")}
 
 
@@ -47,7 +48,9 @@ def bam(references, records):
     data = b"BAM\1" + struct.pack("<i", len(text)) + text + struct.pack("<i", len(references))
     for name, length in references:
         data += struct.pack("<i", len(name) + 1) + name + b"\0" + struct.pack("<i", length)
-    return block(data) + block(b"".join(records)) + END_OF_FILE
+    data = [data, b"".join(records)]
+    pieces = [part[i:i + BLOCK] for part in data for i in range(0, len(part), BLOCK)]
+    return b"".join(block(piece) for piece in pieces) + END_OF_FILE
 
 
 def small_bam():

@@ -117,8 +117,12 @@ class TerminalTest(unittest.TestCase):
         self.assert_clean("sorted.bam")
 
     def test_short_work_shows_no_progress(self):
-        run = Terminal(["sort", "-o", "sorted.bam", "small.bam"], self.folder)
-        self.assertEqual((run.finish(), run.shown), (0, b""))
+        for _ in range(5):  # on a busy machine nothing is short
+            run = Terminal(["sort", "-f", "-o", "sorted.bam", "small.bam"], self.folder)
+            self.assertEqual(run.finish(), 0)
+            if run.shown == b"":
+                return
+        self.fail(run.shown)
 
     def test_quiet_and_no_progress_show_none(self):
         for word in ("-q", "--no-progress"):
@@ -173,26 +177,33 @@ class TerminalTest(unittest.TestCase):
             self.assertEqual(b"\x1b[1;33mwarning:\x1b[0m" in run.shown, coloured)
 
     def interrupt(self, number, words, **streams):
-        run = Terminal(words, self.folder, **streams)
-        self.assertTrue(run.read_until(rb"MB/s"), run.shown)
-        run.process.send_signal(number)
-        self.assertEqual(run.finish(), 130, run.shown)
+        """The signal comes when progress is shown. Work that is done before it comes is repeated."""
+        for _ in range(20):
+            run = Terminal(words, self.folder, **streams)
+            self.assertTrue(run.read_until(rb"MB/s"), run.shown)
+            run.process.send_signal(number)
+            status = run.finish()
+            if status != 0:
+                break
+            for path in self.folder.glob("*.out"):
+                path.unlink()
+        self.assertEqual(status, 130, run.shown)
         self.assertIn(b"interrupted; nothing is left behind", run.shown)
         self.assert_clean()
 
     def test_signals_amid_a_sort_leave_nothing(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-            self.interrupt(number, ["sort", "--progress", "-o", "sorted.bam", "large.bam"])
+            self.interrupt(number, ["sort", "--progress", "-o", "sorted.out", "large.bam"])
 
     def test_signals_amid_other_work_leave_nothing(self):
-        self.interrupt(signal.SIGINT, ["shuffle", "--progress", "-o", "mixed.bam", "large.bam"])
+        self.interrupt(signal.SIGINT, ["shuffle", "--progress", "-o", "mixed.out", "large.bam"])
         self.interrupt(signal.SIGTERM, ["info", "--progress", "large.bam"])
-        self.interrupt(signal.SIGINT, ["convert", "--progress", "large.bam", "large.sam"])
+        self.interrupt(signal.SIGINT, ["convert", "--progress", "--to", "sam", "large.bam", "large.out"])
 
     def test_a_signal_is_heard_while_input_does_not_come(self):
         reader, writer = os.pipe()
         os.write(writer, self.large[:60000])  # as much as a pipe holds
-        self.interrupt(signal.SIGINT, ["sort", "--progress", "-o", "sorted.bam", "-"],
+        self.interrupt(signal.SIGINT, ["sort", "--progress", "-o", "sorted.out", "-"],
                        stdin=reader)
         os.close(reader)
         os.close(writer)

@@ -16,3 +16,8 @@ readkit check small.sam small.bam.bai
 echo "status $?"
 readkit check small.bam none.bai
 echo "status $?"
+# Damage at the start of a BAM file does not make another kind of file of it.
+{ printf 'not BAM' | gzip -c; tail -c +60 small.bam; } >start.bam
+readkit check start.bam | head -n 2
+readkit info start.bam
+echo "status $?"
