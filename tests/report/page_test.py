@@ -86,6 +86,7 @@ class Page(unittest.TestCase):
 
     def picture(self, name):
         if PICTURES:
+            PICTURES.mkdir(parents=True, exist_ok=True)
             self.browser.screenshot(PICTURES / f'{name}.png')
 
     def tearDown(self):
