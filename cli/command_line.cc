@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 
@@ -42,6 +43,33 @@ const char* help_flags(const Command& command) {
     }
   }
   return "-h,--help";
+}
+
+// Options that users of other tools type out of habit, and what to tell them.
+struct Habit {
+  const char* command;  // null for every command
+  std::string_view option;
+  const char* answer;
+};
+constexpr Habit kHabits[] = {
+    {nullptr, "-@", "-@ is not there: one thread does the work"},
+    {nullptr, "--threads", "--threads is not there: one thread does the work"},
+    {"sort", "-n", "-n is not there: records are sorted by coordinate only"},
+    {"sort", "-m", "-m is not there: the memory is chosen by what is free"},
+    {"view", "-b", "-b is not there: view prints text, and readkit convert writes BAM"},
+    {"view", "-f", "-f is not there: records are not filtered by flags"},
+    {"view", "-F", "-F is not there: records are not filtered by flags"},
+};
+
+void answer_habits(const Command* command, int argc, const char* const* argv) {
+  for (const Habit& habit : kHabits) {
+    const bool applies =
+        command != nullptr && (habit.command == nullptr || command->name() == habit.command);
+    const auto typed = [&habit](const char* word) {
+      return std::string_view(word).starts_with(habit.option);
+    };
+    if (applies && std::any_of(argv, argv + argc, typed)) throw UsageError(habit.answer);
+  }
 }
 
 [[noreturn]] void fail_unknown(const std::vector<Command>& commands, const std::string& name) {
@@ -95,6 +123,7 @@ Request parse_command_line(const std::vector<Command>& commands, int argc, const
   } catch (const CLI::ParseError& e) {
     blamed = named();
     if (blamed == nullptr && argc > 1 && *argv[1] != '-') fail_unknown(commands, argv[1]);
+    answer_habits(blamed, argc, argv);
     throw UsageError(e.what());
   } catch (const UsageError&) {
     blamed = named();

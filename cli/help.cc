@@ -102,7 +102,7 @@ std::string roff(std::string_view text) {
 }
 
 std::string roff_title(const std::string& page) {
-  return ".TH " + page + " 1 \"\" \"readkit " + version() + "\" \"User Commands\"\n.nh\n";
+  return ".TH " + page + R"( 1 "" "readkit )" + version() + R"(" "User Commands")" + "\n.nh\n";
 }
 
 std::string roff_entry(const std::string& name, const std::string& help) {

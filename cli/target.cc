@@ -29,7 +29,7 @@ namespace fs = std::filesystem;
 // A file descriptor to write to, closed in the end.
 class Descriptor {
  public:
-  Descriptor(const std::string& path, const std::string& name, int flags) : name_(name) {
+  Descriptor(const std::string& path, std::string name, int flags) : name_(std::move(name)) {
     constexpr mode_t kEverybody = 0666;
     fd_ = open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, kEverybody);
     if (fd_ < 0) fail(name_, "cannot be written", errno);
