@@ -1,9 +1,7 @@
 #include "cli/call.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
-#include <cstddef>
 #include <cstdio>
 #include <string_view>
 #include <system_error>
@@ -15,6 +13,7 @@
 
 #include "cli/arguments.h"
 #include "cli/libraries.h"
+#include "cli/nearest_names.h"
 #include "cli/output.h"
 #include "cli/results.h"
 #include "cli/usage_error.h"
@@ -70,43 +69,15 @@ std::vector<host::Owned> inputs_of(const CallOptions& options) {
 // The registered name without its namespaces.
 std::string bare(const std::string& name) { return name.substr(name.rfind('.') + 1); }
 
-std::string lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text;
-}
-
-// The number of letters to insert, delete or replace to make one text of the other.
-std::size_t distance(const std::string& a, const std::string& b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i);
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
-    }
-  }
-  return row[b.size()];
-}
-
 [[noreturn]] void fail_unknown(const std::string& name, const host::Library& library) {
-  constexpr std::size_t kLongestGuessed = 64;
   std::string message = "there is no function '" + name + "'";
-  const std::vector<std::string> known = library.function_names();
-  std::string nearest;
-  std::size_t least = name.size() <= kLongestGuessed ? std::min<std::size_t>(4, name.size()) : 0;
-  for (const std::string& full : known) {
-    const std::size_t steps = least == 0 ? 0 : distance(lower(name), lower(bare(full)));
-    if (steps < least) {
-      least = steps;
-      nearest = bare(full);
-    }
+  std::vector<std::string> known = library.function_names();
+  std::transform(known.begin(), known.end(), known.begin(), bare);
+  for (const std::string& nearest : nearest_names(name, known, 1)) {
+    message += "; did you mean " + nearest + "?";
   }
-  if (!nearest.empty()) message += "; did you mean " + nearest + "?";
   message += "\nThe functions are:";
-  for (const std::string& full : known) message += "\n  " + bare(full);
+  for (const std::string& known_name : known) message += "\n  " + known_name;
   throw UsageError(message);
 }
 

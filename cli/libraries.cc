@@ -35,4 +35,8 @@ std::string library_path(const std::string& choice) {
   return !fs::exists(in_lib, error) && fs::exists(beside, error) ? beside : in_lib;
 }
 
+std::string shared_file_path(const std::string& name) {
+  return program_folder().parent_path() / "share" / "readkit" / name;
+}
+
 }  // namespace readkit::cli

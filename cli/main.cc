@@ -1,108 +1,93 @@
-// The command-line program: options in, exit status out. Commands have files of their own.
+// The command-line program: words in, exit status out. Commands have files of their own.
 #include <csignal>
-#include <cstdio>
 #include <exception>
-#include <iostream>
-#include <sstream>
 #include <string>
+#include <vector>
 
-#include <CLI/CLI.hpp>
-#include <unistd.h>
-
-#include "cli/call.h"
+#include "cli/command_line.h"
+#include "cli/commands.h"
+#include "cli/failure.h"
+#include "cli/interrupt.h"
+#include "cli/job.h"
+#include "cli/messages.h"
 #include "cli/output.h"
 #include "cli/usage_error.h"
-#include "host/call.h"
 
 namespace readkit::cli {
 namespace {
 
-constexpr char kCallFooter[] =
-    R"(Arguments: "text" is a character row vector, 3.5 a double, true a logical,
-null an empty double array, ["a", "b"] a cell column of texts. Anything else is
-spelled out, column by column:
-  {"class": "uint32", "dims": [3, 1], "data": [1, 2, 3]}
-Classes: double, single, int8 to int64, uint8 to uint64, logical, char, cell,
-string, struct ("fields": {...} instead of "data").
+constexpr char kCall[] = "call";
 
-Output: {"outputs": [...]} in the spelled-out form, or, with exit status 1,
-{"error": {"identifier": ..., "arguments": [...], "message": ...}}.
-Wrong usage has exit status 2.
-
-Examples:
-  readkit call --list
-  readkit call bamIndex --args '["reads.bam", "reads.bam.bai"]'
-  readkit call bamInfo --nlhs 2 --args '["reads.bam"]'
-  readkit call getStartsInReference --nlhs 3 \
-    --args '["reads.bam", "reads.bam.bai", 0]'
-  readkit call getFeatures --nlhs 2 --args-file arguments.json
-)";
-
-void add_call(CLI::App& app, CallOptions& options) {
-  CLI::App* const call = app.add_subcommand("call", "Call a library function by its name");
-  call->add_option("NAME", options.function, "The function");
-  call->add_option("--nlhs", options.nlhs,
-                   "How many outputs to ask for (default: 1, or 0 if the function has none)")
-      ->check(CLI::Range(0, host::kMaxOutputs));
-  call->add_option(
-          "--library", options.library,
-          "The library to load: fast, exact (compresses byte for byte like zlib), or a path")
-      ->capture_default_str();
-  CLI::Option* const args = call->add_option("--args", options.args, "The inputs: a JSON list");
-  call->add_option("--args-file", options.args_file, "A file with the inputs; - is standard input")
-      ->excludes(args);
-  CLI::Option* const list =
-      call->add_flag("--list", options.list, "Print the names of the functions");
-  call->add_flag("--quiet", options.quiet, "Make the outputs and print none of them")
-      ->excludes(list);
-  call->footer(kCallFooter);
+// With --json the error is the document.
+void print_error_document(Job& job, const Failure& failure) {
+  JsonWriter& json = job.begin_document();
+  json.key("error");
+  json.begin_object();
+  json.member("file", failure.file());
+  json.member("message", failure.what());
+  json.member("identifier", failure.identifier());
+  json.member("advice", failure.advice());
+  json.end_object();
+  job.end_document();
+  job.out().finish();
 }
 
-// What the option parser has to say: help and version on standard output, the rest is wrong usage.
-int answer(const CLI::App& app, const CLI::ParseError& e) {
-  std::ostringstream text;
-  std::ostringstream complaint;
-  if (app.exit(e, text, complaint) != 0) throw UsageError(e.what());
-  Output out(STDOUT_FILENO);
-  out.append(text.str());
-  out.finish();
-  return kSuccess;
+int run_command(const Command& command) {
+  // A bare call of a function ends as any program does that minds no signals.
+  const bool is_bare = command.name() == kCall;
+  if (!is_bare) catch_interrupts();
+  Job job(command.name(), command.common());
+  try {
+    const int status = command.runner()(job);
+    job.out().finish();
+    return status;
+  } catch (const Failure& e) {
+    job.progress().end();
+    job.messages().error(e);
+    if (job.json() && !job.has_begun_document()) print_error_document(job, e);
+  } catch (const BrokenPipe&) {
+    // Of head, for example, which has seen enough.
+    if (is_bare) throw;
+  } catch (const Interrupted&) {
+    job.progress().end();
+    job.messages().error("interrupted; nothing is left behind");
+    return kInterrupted;
+  }
+  return kFailure;
 }
 
 int run(int argc, char** argv) {
-  CLI::App app("Utilities for genomic sequence-alignment files (BAM, SAM, BAI)", "readkit");
-  app.set_version_flag("--version", "readkit " READKIT_VERSION);
-  app.require_subcommand(0, 1);
-  CallOptions call;
-  add_call(app, call);
+  const std::vector<Command> commands = all_commands();
+  const Command* command = nullptr;
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& e) {
-    return answer(app, e);
+    const Request request = parse_command_line(commands, argc, argv, command);
+    if (request.command == nullptr) {
+      Job job({}, {});
+      job.out().append(request.text);
+      job.out().finish();
+      return kSuccess;
+    }
+    command = request.command;
+    return run_command(*command);
+  } catch (const UsageError& e) {
+    const std::string name = command == nullptr ? "" : command->name();
+    const std::string help = name.empty()    ? "readkit --help tells more."
+                             : name == kCall ? "readkit --help and readkit call --help tell more."
+                                             : "readkit " + name + " --help tells more.";
+    Messages(name == kCall ? "" : name, false).error(std::string(e.what()) + '\n' + help);
+    return kWrongUsage;
+  } catch (const std::exception& e) {
+    Messages(command == nullptr || command->name() == kCall ? "" : command->name(), false)
+        .error(e.what());
+    return kFailure;
   }
-  if (app.get_subcommands().empty()) {
-    throw UsageError("a command is required, for example: readkit call --list");
-  }
-  if (call.list != call.function.empty()) {
-    throw UsageError(call.list ? "--list takes no function name" : "NAME or --list is required");
-  }
-  return run_call(call);
 }
 
 }  // namespace
 }  // namespace readkit::cli
 
 int main(int argc, char** argv) {
-  // A reader that goes away is an error to report, not a reason to die without a word.
+  // A reader that goes away is an error, not a reason to die: what is temporary must be removed.
   std::signal(SIGPIPE, SIG_IGN);
-  try {
-    return readkit::cli::run(argc, argv);
-  } catch (const readkit::cli::UsageError& e) {
-    std::fprintf(stderr, "readkit: %s\nreadkit --help and readkit call --help tell more.\n",
-                 e.what());
-    return readkit::cli::kWrongUsage;
-  } catch (const std::exception& e) {
-    std::fprintf(stderr, "readkit: %s\n", e.what());
-    return readkit::cli::kFailure;
-  }
+  return readkit::cli::run(argc, argv);
 }

@@ -14,6 +14,12 @@ class OutputError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Standard output is a pipe, and who read it has gone.
+class BrokenPipe : public OutputError {
+ public:
+  using OutputError::OutputError;
+};
+
 class Output {
  public:
   /// Writes to the file descriptor `fd`, which stays the caller's. What is still buffered when an
@@ -33,16 +39,18 @@ class Output {
   }
   void advance(const char* end) { used_ = static_cast<std::size_t>(end - buffer_.data()); }
 
-  /// Writes what is buffered. Raises OutputError, as the others do.
+  /// Writes what is buffered. Raises OutputError and Interrupted, as the others do.
   void finish() { write_out(); }
 
   static constexpr std::size_t kMaxRoom = std::size_t{1} << 15;
 
  private:
   void write_out();
+  std::size_t wait_for_room(std::size_t wanted) const;
 
   static constexpr std::size_t kBufferSize = std::size_t{1} << 18;
   int fd_;
+  bool is_pipe_ = false;
   std::string buffer_;
   std::size_t used_ = 0;
 };

@@ -9,6 +9,7 @@ namespace readkit::cli {
 inline constexpr int kSuccess = 0;
 inline constexpr int kFailure = 1;
 inline constexpr int kWrongUsage = 2;
+inline constexpr int kInterrupted = 130;
 
 /// Ends the program with kWrongUsage; the text says what is wrong and where.
 class UsageError : public std::runtime_error {

@@ -3,8 +3,10 @@
 
     run_case.py [--update] --readkit PROGRAM --library LIBRARY --echo ECHO_LIBRARY CASE.sh
 
-The script runs in a folder of its own, which holds small.bam, as `sh -u`. It finds the program as
-`readkit`, and in the variables `library` and `echo` what it may give to --library. Beside CASE.sh
+The script runs in a folder of its own, which holds small.bam and small.sam, as `sh -u`. It finds the
+program as `readkit`, and in the variables `library` and `echo` what it may give to --library.
+Temporary files, which the program makes in TMPDIR and beside its outputs, must be gone at the end.
+Beside CASE.sh
 are CASE.stdout.exact, CASE.stderr.exact and CASE.exit; a missing one stands for nothing printed
 and status 0. --update writes them.
 """
@@ -32,16 +34,23 @@ def run(arguments, folder):
     (programs / "readkit").symlink_to(arguments.readkit)
     work = folder / "a folder"
     work.mkdir()
+    temporaries = folder / "temporaries"
+    temporaries.mkdir()
     (work / "small.bam").write_bytes(small_bam.small_bam())
+    (work / "small.sam").write_bytes(small_bam.SMALL_SAM)
     environment = {
         **os.environ,
         "PATH": f"{programs}{os.pathsep}{os.environ['PATH']}",
         "LC_ALL": "C",
+        "TMPDIR": str(temporaries),
         "library": arguments.library,
         "echo": str(arguments.echo),
     }
     done = subprocess.run(["sh", "-u", arguments.case], cwd=work, env=environment,
                           stdin=subprocess.DEVNULL, capture_output=True, timeout=300, check=False)
+    left = [*temporaries.iterdir(), *work.rglob(".*readkit-*")]
+    if left:
+        raise AssertionError(f"left behind: {left}")
     return {".stdout.exact": NO_PROC.sub(b"", done.stdout),
             ".stderr.exact": NO_PROC.sub(b"", done.stderr),
             ".exit": b"" if done.returncode == 0 else b"%d\n" % done.returncode}

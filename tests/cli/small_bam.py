@@ -5,6 +5,7 @@ import zlib
 
 END_OF_FILE = bytes.fromhex("1f8b08040000000000ff0600424302001b0003000000000000000000")
 SEQUENCE_CODES = {letter: code for code, letter in enumerate("=ACMGRSVTWYHKDBN")}
+BLOCK = 0xff00  # bytes of data in a block at most
 CIGAR_CODES = {letter: code for code, letter in enumerate("MIDNSHP=X")}
 
 
@@ -47,7 +48,9 @@ def bam(references, records):
     data = b"BAM\1" + struct.pack("<i", len(text)) + text + struct.pack("<i", len(references))
     for name, length in references:
         data += struct.pack("<i", len(name) + 1) + name + b"\0" + struct.pack("<i", length)
-    return block(data) + block(b"".join(records)) + END_OF_FILE
+    data = [data, b"".join(records)]
+    pieces = [part[i:i + BLOCK] for part in data for i in range(0, len(part), BLOCK)]
+    return b"".join(block(piece) for piece in pieces) + END_OF_FILE
 
 
 def small_bam():
@@ -62,3 +65,16 @@ def small_bam():
             record(b"third", 1, 0, [(6, "M")], "GATTAC"),
             record(b"unplaced", -1, -1, [], "A", flag=4, quality=0),
         ])
+
+
+# Not sorted; an optional field, a record without a reference, a reference with a colon.
+SMALL_SAM = b"""@HD\tVN:1.6\tSO:unsorted
+@SQ\tSN:chr1\tLN:1000
+@SQ\tSN:HLA:A*01\tLN:500
+@RG\tID:lane1\tSM:someone
+@PG\tID:aligner\tPN:aligner
+second\t16\tchr1\t50\t7\t3M2D2M\t*\t0\t0\tACGTA\tIIIII\tNM:i:2
+allele\t0\tHLA:A*01\t5\t60\t4M\t*\t0\t0\tTTTT\tFFFF
+lost\t4\t*\t0\t0\t*\t*\t0\t0\tGG\t##\tRG:Z:lane1
+first\t0\tchr1\t10\t60\t5M\t*\t0\t0\tACGTN\tIIII5\tNM:i:0\tRG:Z:lane1
+"""

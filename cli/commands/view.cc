@@ -1,0 +1,261 @@
+// readkit view: the records of a file, or of regions of it, as SAM text.
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/alignment_header.h"
+#include "cli/byte_source.h"
+#include "cli/commands.h"
+#include "cli/input.h"
+#include "cli/job.h"
+#include "cli/lines.h"
+#include "cli/named_pipe.h"
+#include "cli/query_index.h"
+#include "cli/regions.h"
+#include "cli/sam_line.h"
+#include "cli/target.h"
+#include "cli/usage_error.h"
+
+namespace readkit::cli {
+namespace {
+
+// What an index of this kind can express, from 1 on.
+constexpr std::int64_t kLastIndexed = 536870912;
+constexpr char kUnplaced[] = "*";
+
+struct Options {
+  std::string input;
+  std::vector<std::string> regions;
+  std::string output = "-";
+  std::optional<std::string> index;
+  bool with_header = false;
+  bool header_only = false;
+  bool count = false;
+  bool tags = true;
+  bool contained = false;
+  bool force = false;
+};
+
+// Takes a line that was asked for, without its newline.
+using Take = std::function<void(std::string_view)>;
+
+// A filter of all lines of a file for the lines of one region.
+Take only(const std::string& text, const AlignmentHeader& header, const Input& input,
+          bool contained, const Take& take) {
+  constexpr std::size_t kReference = 2;
+  if (text == kUnplaced) {
+    return [take](std::string_view line) {
+      if (SamLine(line).fields[kReference] == kUnplaced) take(line);
+    };
+  }
+  return [take, contained,
+          region = parse_region(text, header.references, input.name())](std::string_view line) {
+    const SamLine fields(line);
+    if (overlaps(fields, region) && (!contained || is_contained(fields, region))) take(line);
+  };
+}
+
+// All records of a SAM file, as they stand there.
+void lines_of_sam(Job& job, const Input& input, const Take& take) {
+  Lines lines([&take](std::string_view line) {
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    if (!line.empty() && line.front() != '@') take(line);
+  });
+  ByteSource source(input.path());
+  for (auto bytes = source.read(); !bytes.empty(); bytes = source.read()) {
+    lines.add({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    job.progress().reading(input.name(), source.position(), source.size());
+  }
+  lines.finish();
+}
+
+void lines_of_bam(Job& job, const Input& input, const Take& take) {
+  take_lines(take, [&](const std::string& path) {
+    job.call("convertFormat", 0, input.path(), "bam", path, "sam",
+             host::make_column(std::vector<std::uint32_t>()));
+  });
+}
+
+void lines_of_file(Job& job, const Input& input, const Take& take) {
+  if (input.kind() == Kind::kBam) {
+    lines_of_bam(job, input, take);
+  } else {
+    lines_of_sam(job, input, take);
+  }
+}
+
+// The records of one region of a BAM file, by its index.
+void lines_of_region(Job& job, const Input& input, const Options& options, const QueryIndex& index,
+                     const Region& region, const Take& take) {
+  const std::int64_t last = index.reads_whole_file() ? kLastPosition : kLastIndexed;
+  if (region.begin > last) return;
+  const std::string text = region.reference + ':' + std::to_string(region.begin) + '-' +
+                           std::to_string(std::min(region.end, last));
+  take_lines(take, [&](const std::string& path) {
+    job.call("samWrite", 0, input.path(), index.stem(), path, text, options.tags,
+             options.contained);
+  });
+}
+
+void lines_of_regions(Job& job, const Input& input, const Options& options,
+                      const AlignmentHeader& header, const Take& take) {
+  std::optional<QueryIndex> index;
+  for (const std::string& text : options.regions) {
+    // The library ends the name of a region at its first colon, so files with other names are
+    // searched here; SAM files have no index.
+    const bool is_reference = text != kUnplaced;
+    const Region region =
+        is_reference ? parse_region(text, header.references, input.name()) : Region();
+    if (input.kind() == Kind::kSam || region.reference.find(':') != std::string::npos) {
+      lines_of_file(job, input, only(text, header, input, options.contained, take));
+    } else if (!is_reference) {
+      take_lines(take, [&](const std::string& path) {
+        job.call("samWriteUnaligned", 0, input.path(), path, options.tags);
+      });
+    } else {
+      if (!index) index.emplace(job, input, header.references.size(), options.index);
+      lines_of_region(job, input, options, *index, region, take);
+    }
+  }
+}
+
+void for_each_line(Job& job, const Input& input, const Options& options,
+                   const AlignmentHeader& header, const Take& take) {
+  if (options.header_only) return;
+  if (options.regions.empty()) {
+    lines_of_file(job, input, take);
+  } else {
+    lines_of_regions(job, input, options, header, take);
+  }
+}
+
+std::string with_newline(std::string text) {
+  if (!text.empty() && !text.ends_with('\n')) text += '\n';
+  return text;
+}
+
+// Says in the end that lines had array fields, which the library prints without their subtype.
+class ArrayWarning {
+ public:
+  void look_at(std::string_view line) { count_ += line.find(":B:") != std::string_view::npos; }
+  void say(Job& job, const Input& input) const {
+    if (count_ == 0 || input.kind() != Kind::kBam) return;
+    job.messages().warn(
+        input.name(),
+        "array fields (type B) are printed without their subtype, which other tools "
+        "refuse; records with :B: in a field: " +
+            std::to_string(count_),
+        "use --no-tags, or work on the BAM file");
+  }
+
+ private:
+  std::uint64_t count_ = 0;
+};
+
+void write_text(Job& job, const Input& input, const Options& options, const AlignmentHeader& header,
+                Output& out) {
+  if (options.with_header || options.header_only) out.append(with_newline(header.text));
+  ArrayWarning arrays;
+  for_each_line(job, input, options, header, [&](std::string_view line) {
+    const std::string_view text = options.tags ? line : SamLine(line).without_tags;
+    arrays.look_at(text);
+    out.append(text);
+    out.append('\n');
+  });
+  arrays.say(job, input);
+}
+
+void write_json(Job& job, const Input& input, const Options& options, const AlignmentHeader& header,
+                Output& out) {
+  JsonWriter& json = job.begin_document(out);
+  json.member("file", input.name());
+  json.key("regions");
+  json.begin_array();
+  for (const std::string& region : options.regions) json.value(region);
+  json.end_array();
+  if (options.with_header || options.header_only) json.member("header", header.text);
+  json.key("records");
+  json.begin_array();
+  for_each_line(job, input, options, header,
+                [&](std::string_view line) { write_record(json, SamLine(line), options.tags); });
+  json.end_array();
+  job.end_document();
+}
+
+void write_count(Job& job, const Input& input, const Options& options,
+                 const AlignmentHeader& header, Output& out) {
+  std::uint64_t count = 0;
+  for_each_line(job, input, options, header, [&count](std::string_view /*line*/) { ++count; });
+  if (!job.json()) {
+    out.append(std::to_string(count) + '\n');
+    return;
+  }
+  JsonWriter& json = job.begin_document(out);
+  json.member("file", input.name());
+  json.member("count", count);
+  job.end_document();
+}
+
+int run(const Options& options, Job& job) {
+  if (options.contained && options.regions.empty()) throw UsageError("--contained needs a region");
+  const Input input(job, options.input, {Kind::kBam, Kind::kSam});
+  job.set_main_input(input);
+  Target target(job, options.output, Target::Content::kText,
+                options.force ? Target::Existing::kReplaced : Target::Existing::kKept, {&input});
+  const AlignmentHeader header = read_header(job, input);
+  // Before anything is written: a region that is none.
+  for (const std::string& text : options.regions) {
+    if (text != kUnplaced) parse_region(text, header.references, input.name());
+  }
+  target.write_here([&](Output& out) {
+    if (options.count) {
+      write_count(job, input, options, header, out);
+    } else if (job.json()) {
+      write_json(job, input, options, header, out);
+    } else {
+      write_text(job, input, options, header, out);
+    }
+  });
+  return kSuccess;
+}
+
+}  // namespace
+
+Command view_command() {
+  const auto options = std::make_shared<Options>();
+  Command command("view", "Print records of a BAM or SAM file as SAM text");
+  command.describe(
+      "Prints all records, or those that overlap the regions that are named, one region after the "
+      "other. A region is a reference, or part of one: name, name:begin, name:begin-end; positions "
+      "count from 1, and both ends belong to it. * stands for the records without a reference. "
+      "Regions of a BAM file are looked up in its index. A missing, sparse or foreign index is "
+      "reported, and replaced for this run by one that misses nothing.");
+  command.add("", file_value(), options->input, "A BAM or SAM file; - is standard input");
+  command.add("", text_value("REGION"), options->regions, "Parts of references to print");
+  command.add_flag("-h,--with-header", options->with_header, "Print the header, too");
+  command.add_flag("-H,--header-only", options->header_only, "Print nothing but the header");
+  command.add_flag("-c,--count", options->count, "Print the number of records instead of them");
+  command.add_flag("--tags", options->tags, "Print the optional fields, as is done by default");
+  command.add_flag("--no-tags", options->tags, "Leave the optional fields out", false);
+  command.add_flag("--contained", options->contained,
+                   "Only records whose bases, side by side from their position on, lie inside the "
+                   "region");
+  command.add("--index", file_value(), options->index,
+              "The index; by default FILE.bai, or FILE with .bai instead of .bam");
+  command.add("-o,--output", file_value(), options->output,
+              "The file to write; - is standard output, the default");
+  command.add_flag("--force", options->force, "Replace an output that exists");
+  command.add_common();
+  command.example("readkit view reads.bam | head", "The first records.");
+  command.example("readkit view -h reads.bam chr1:1,000-2,000 chr2",
+                  "The records of two regions, with the header.");
+  command.example("readkit view --json --no-tags reads.bam chr1:100-200 | jq '.records[].name'",
+                  "The names of the reads of a region.");
+  return command.run([options](Job& job) { return run(*options, job); });
+}
+
+}  // namespace readkit::cli

@@ -1,0 +1,15 @@
+#include "cli/version.h"
+
+#include <zlib.h>
+
+namespace readkit::cli {
+
+std::string version() { return READKIT_VERSION; }
+
+std::string version_text() {
+  return "readkit " + version() + "\nzlib " + zlibVersion() +
+         "\nlibdeflate " LIBDEFLATE_VERSION "\nCLI11 " CLI11_VERSION_TEXT
+         "\nnlohmann-json " NLOHMANN_JSON_VERSION;
+}
+
+}  // namespace readkit::cli
