@@ -143,7 +143,7 @@ class JsonTest(unittest.TestCase):
 
     def table_of_check(self, *words):
         done = subprocess.run([PROGRAM, "check", *words], cwd=self.work, capture_output=True,
-                              check=False, text=True)
+                              check=False, text=True, errors="surrogateescape")
         rows = [line.split("\t") for line in done.stdout.splitlines()]
         return rows[rows.index(["identifier", "offset", "record", "text"]) + 1:]
 
