@@ -96,6 +96,8 @@ Texts texts_in_strings(const txArray* strings) {
   return builder.finish();
 }
 
+using Rows = py::array_t<py::ssize_t, py::array::c_style>;
+
 // The Python class. Slices share the texts.
 class TextColumn {
  public:
@@ -125,15 +127,17 @@ class TextColumn {
       part.end_ = part.begin_ + static_cast<std::size_t>(length);
       return py::cast(std::move(part));
     }
-    std::vector<py::ssize_t> rows;
-    for (py::ssize_t i = 0; i < length; ++i) rows.push_back(start + i * step);
+    Rows rows(length);
+    for (py::ssize_t i = 0; i < length; ++i) rows.mutable_at(i) = start + i * step;
     return take(rows);
   }
 
-  py::object take(const std::vector<py::ssize_t>& rows) const {
-    TextsBuilder builder(rows.size());
+  py::object take(const Rows& rows) const {
+    if (rows.ndim() != 1) throw py::value_error("rows must have one dimension");
+    TextsBuilder builder(static_cast<std::size_t>(rows.size()));
     const auto count = static_cast<py::ssize_t>(size());
-    for (const py::ssize_t row : rows) {
+    for (py::ssize_t i = 0; i < rows.size(); ++i) {
+      const py::ssize_t row = rows.at(i);
       if (row < -count || row >= count) throw py::index_error("no such row in the column");
       const std::size_t place = begin_ + static_cast<std::size_t>(row < 0 ? row + count : row);
       if (texts_->is_missing(place)) {
@@ -238,9 +242,8 @@ std::shared_ptr<const Texts> texts_of_column(py::handle object) {
   // A slice has rows of its own only once they are copied.
   const auto& column = object.cast<const TextColumn&>();
   if (column.size() == column.texts()->rows()) return column.texts();
-  const py::object copy = column.slice(py::slice(py::none(), py::none(), py::none()));
-  std::vector<py::ssize_t> rows(column.size());
-  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = static_cast<py::ssize_t>(i);
+  Rows rows(static_cast<py::ssize_t>(column.size()));
+  for (py::ssize_t i = 0; i < rows.size(); ++i) rows.mutable_at(i) = i;
   return column.take(rows).cast<const TextColumn&>().texts();
 }
 
