@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <pybind11/numpy.h>
+#include <pybind11/stl.h>
 
 #include "python/text_column.h"
 
@@ -70,12 +71,15 @@ py::array numbers(const Root& root, const txArray* array) {
   return py::array(dtype, std::move(shape), std::move(strides), txGetData(array), owner);
 }
 
-py::object complex_numbers(const Root& root, const txArray* array) {
-  const py::array imaginary(static_cast<py::ssize_t>(txGetNumberOfElements(array)),
-                            host::imaginary_of(array).data());
-  const py::object real = numbers(root, array);
-  const py::object parts = imaginary.attr("reshape")(real.attr("shape"), py::arg("order") = "F");
-  return real + parts * py::cast(std::complex<double>(0, 1));
+// The host keeps the parts apart, NumPy side by side: a copy.
+py::object complex_numbers(const txArray* array) {
+  const auto real = host::data_of<double>(array);
+  const auto imaginary = host::imaginary_of(array);
+  py::array_t<std::complex<double>> numbers(static_cast<py::ssize_t>(real.size()));
+  for (std::size_t i = 0; i < real.size(); ++i) {
+    numbers.mutable_data()[i] = {real[i], imaginary[i]};
+  }
+  return numbers.attr("reshape")(shape_of(array), py::arg("order") = "F");
 }
 
 py::object cells(const Root& root, const txArray* array) {
@@ -130,7 +134,7 @@ py::object object_of(const Root& root, const txArray* array) {
       if (txGetNumberOfElements(array) == 1) return py::bool_(txGetScalar(array) != 0);
       break;
     case txDOUBLE_CLASS:
-      if (!host::imaginary_of(array).empty()) return complex_numbers(root, array);
+      if (!host::imaginary_of(array).empty()) return complex_numbers(array);
       break;
     default:
       break;

@@ -224,8 +224,9 @@ std::string_view Texts::row(std::size_t i) const {
 std::optional<Texts> texts_in(const txArray* array) {
   if (array == nullptr || !is_column(array)) return std::nullopt;
   if (txGetClassID(array) == txCELL_CLASS) return texts_in_cells(array);
-  if (txGetClassID(array) == txSTRING_CLASS) return texts_in_strings(array);
-  return std::nullopt;
+  if (txGetClassID(array) != txSTRING_CLASS || txGetNumberOfElements(array) == 1)
+    return std::nullopt;
+  return texts_in_strings(array);
 }
 
 py::object str_of_bytes(std::string_view bytes) {

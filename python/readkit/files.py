@@ -510,6 +510,8 @@ class BamFile(AlignmentFile):
         """
         where = parse_region(self.references, region)
         name = self.references[where.reference].name
+        if ":" in name:
+            return self._lines(where, tags)
         text = f"{name}:{where.first}-{min(where.last, 2**29)}"
 
         def write(path: str) -> bytes:
@@ -525,6 +527,25 @@ class BamFile(AlignmentFile):
             if counts is not None and lines.count(b"\n") != len(self.overlapping(where)):
                 lines = write(self._own_index())
         return lines.decode("utf-8", "surrogateescape")
+
+    def _lines(self, where: Region, tags: bool) -> str:
+        """The same by the records' numbers, which takes a reading of the file: to `samWrite` a
+        reference's name ends at its first colon."""
+        numbers = self.overlapping(where)
+        if not self.is_sorted:
+            raise error_of("seqlab:readkit:BAMUnsorted", (),
+                           f"The records of {self.path!r} are not in coordinate order.")
+        if len(numbers) == 0:
+            return ""
+        numbers += int(self.counts[: where.reference].sum()) + 1
+        with tempfile.TemporaryDirectory(prefix="readkit-") as folder:
+            out = os.path.join(folder, "reads.sam")
+            gateway.convertFormat(self.path, "bam", out, "sam", numbers.astype(np.uint32))
+            with builtin_open(out, encoding="utf-8", errors="surrogateescape", newline="") as file:
+                lines = file.read()
+        if tags:
+            return lines
+        return "".join("\t".join(line.split("\t")[:11]) + "\n" for line in lines.split("\n")[:-1])
 
     def count(self, *, min_quality: float = 0, multi_mapped: str = "keep",
               both_ends_mapped: bool = False, properly_mapped: bool = False,
