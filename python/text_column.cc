@@ -256,6 +256,17 @@ A sequence of str (None where there is no text) that makes its str objects when 
 Bytes that are not UTF-8 become surrogates, as os.fsdecode does it.)")
       .def("__len__", &TextColumn::size)
       .def("__repr__", &TextColumn::repr)
+      .def(
+          "__array__",
+          [](const TextColumn& column, const py::object& dtype) {
+            const py::object array = column.to_numpy();
+            return dtype.is_none() ? array : array.attr("astype")(dtype);
+          },
+          py::arg("dtype") = py::none())
+      .def("__iter__",
+           [](const py::object& self) {
+             return py::reinterpret_steal<py::object>(PySeqIter_New(self.ptr()));
+           })
       .def("__getitem__", &TextColumn::at, py::arg("index"))
       .def("__getitem__", &TextColumn::slice, py::arg("index"))
       .def(

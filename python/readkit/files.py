@@ -16,13 +16,12 @@ import numpy as np
 
 from readkit import gateway, indexes
 from readkit._readkit import TextColumn
-from readkit.errors import Error, error_of
-from readkit.outputs import private_folder, whole_output
+from readkit.errors import error_of
+from readkit.outputs import whole_output
 from readkit.progress import Progress, watching
 from readkit.regions import Reference, Region, parse_region, reference_index
 from readkit.tables import Table
 
-PathLike = "str | os.PathLike[str]"
 _FORMATS = ("bam", "sam", "fastq", "fasta")
 
 
@@ -65,7 +64,10 @@ def check(path: str | os.PathLike[str], index: str | os.PathLike[str] | None = N
     """
     name = os.fspath(path)
     inputs = (name,) if index is None else (name, os.fspath(index))
-    with watching(name, progress) if progress else contextlib.nullcontext() as transfers:
+    with contextlib.ExitStack() as stack:
+        # A file that is not there is the function's to report.
+        exists = progress and os.path.exists(name)
+        transfers = stack.enter_context(watching(name, progress)) if exists else None
         result = gateway.kxCheck(*inputs, progress=transfers)
     findings = result["findings"]
     return Check(result["kind"], int(result["records"][0]), result["sorted"],
@@ -466,10 +468,10 @@ class BamFile(AlignmentFile):
             if len(numbers) and numbers.max() >= len(starts):
                 raise error_of("seqlab:readkit:BadIndex", (),
                                f"There are {len(starts)} records, of which the first is 0.")
+            if np.all(numbers[1:] > numbers[:-1]):
+                return self._features(number, wanted, numbers, starts)
             rows, order = np.unique(numbers, return_inverse=True)
-            table = self._features(number, wanted, rows, starts)
-        return table if len(rows) == len(order) and np.array_equal(rows, numbers) \
-            else table.take(order)
+            return self._features(number, wanted, rows, starts).take(order)
 
     def _features(self, number: int, wanted: list[str], rows: np.ndarray[Any, Any],
                   starts: np.ndarray[Any, Any]) -> Table:
@@ -702,5 +704,4 @@ def open(path: str | os.PathLike[str]) -> BamFile | SamFile:  # noqa: A001
                    f"The file {name!r} is neither a BAM nor a SAM file.")
 
 
-__all__ = ["AlignmentFile", "BamFile", "Check", "Counts", "Error", "SamFile", "Starts", "check",
-           "open", "private_folder"]
+__all__ = ["AlignmentFile", "BamFile", "Check", "Counts", "SamFile", "Starts", "check", "open"]

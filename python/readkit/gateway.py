@@ -32,7 +32,7 @@ from __future__ import annotations
 
 from typing import Any, Callable, Protocol
 
-from readkit.errors import FunctionNotFound, TooManyOutputs
+from readkit.errors import TooManyOutputs
 from readkit.libraries import library
 
 Progress = Callable[[str, int, bool], object]
@@ -103,7 +103,8 @@ def __getattr__(name: str) -> GatewayFunction:
     if name.startswith("_") or not library().has(name):
         raise AttributeError(f"there is no gateway function {name!r}")
     # Found by this name from now on, without this function.
-    return globals().setdefault(name, _function(name))
+    function: GatewayFunction = globals().setdefault(name, _function(name))
+    return function
 
 
 def __dir__() -> list[str]:
@@ -118,4 +119,4 @@ def names() -> list[str]:
                          if name not in registered and library().has(name)]
 
 
-__all__ = ["FunctionNotFound", "GatewayFunction", "Progress", "names"]
+__all__ = ["GatewayFunction", "Progress", "names"]

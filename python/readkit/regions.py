@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from typing import NamedTuple, Sequence
 
-from readkit.errors import InvalidRegion, ReferenceIDNotFound, error_of
+from readkit.errors import ReferenceIDNotFound, error_of
 
 
 class Reference(NamedTuple):
@@ -65,4 +65,4 @@ def _invalid(text: str, advice: str) -> Exception:
     return error_of("seqlab:readkit:InvalidRegion", (text,), f"{text!r} is no region. {advice}")
 
 
-__all__ = ["InvalidRegion", "Reference", "Region", "parse_region", "reference_index"]
+__all__ = ["Reference", "Region", "parse_region", "reference_index"]

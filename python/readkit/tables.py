@@ -10,7 +10,7 @@ from readkit import _readkit
 from readkit._readkit import TextColumn
 
 if TYPE_CHECKING:
-    import pandas
+    import pandas  # type: ignore[import]
 
 Column = Union["np.ndarray[Any, Any]", TextColumn]
 
@@ -61,4 +61,5 @@ class Table(Mapping[str, Column]):
         return _readkit.arrow_of_table(list(self._columns), list(self._columns.values()), self.rows)
 
     def _repr_html_(self) -> str:
-        return self.take(np.arange(min(self.rows, 10))).to_pandas().to_html(notebook=True)
+        first = self.take(np.arange(min(self.rows, 10)))
+        return str(first.to_pandas().to_html(notebook=True))
