@@ -187,7 +187,7 @@ bool is_number(py::handle object) {
 Owned column(const py::sequence& sequence) {
   bool all_texts = true;
   bool any_missing = false;
-  bool all_numbers = sequence.size() != 0;
+  bool all_numbers = !sequence.empty();
   bool all_truths = all_numbers;
   for (const py::handle item : sequence) {
     any_missing |= item.is_none();
