@@ -19,8 +19,9 @@ from readkit._readkit import TextColumn
 from readkit.errors import Error
 from readkit.files import BamFile, Check, Counts, SamFile, Starts, check, open
 from readkit.libraries import use_library
+from readkit.qualities import Quality, quality
 from readkit.regions import Reference
 from readkit.tables import Table
 
-__all__ = ["BamFile", "Check", "Counts", "Error", "Reference", "SamFile", "Starts", "Table",
-           "TextColumn", "check", "errors", "gateway", "open", "use_library"]
+__all__ = ["BamFile", "Check", "Counts", "Error", "Quality", "Reference", "SamFile", "Starts", "Table",
+           "TextColumn", "check", "errors", "gateway", "open", "quality", "use_library"]

@@ -22,10 +22,14 @@ def watching(path: str, progress: Progress) -> Iterator[Transfers | None]:
     size = os.stat(path).st_size
     with contextlib.ExitStack() as stack:
         tell = stack.enter_context(_bar(path, size)) if progress is True else progress
+        done = 0
 
         def transfers(name: str, position: int, is_write: bool) -> None:
+            nonlocal done
             if not is_write and name == path:
-                tell(min(position, size), size)
+                done = min(position, size)
+            # While other files are read and written, too: it may want to end the call.
+            tell(done, size)
 
         yield transfers
         tell(size, size)

@@ -257,6 +257,7 @@ def test_an_index_that_misses_records_is_not_used(tmp_path):
     # What there is to be protected from.
     wrong = gateway.getFeatures(path, path, "Header", 0, np.array([10, 11, 17], np.uint32), starts - 1)
     assert wrong.to_list() == ["record16", "record17", None]
+    assert indexes.counts_of(path + ".bai", 1) is None
     bam = readkit.open(path)
     right = bam.fields("chr1", "Header", records=[9, 10, 16])["Header"].to_list()
     assert right == ["record10", "record11", "record17"]
