@@ -14,6 +14,9 @@ settings.register_profile("readkit", deadline=None, database=None,
                           derandomize="HYPOTHESIS_RANDOM" not in os.environ)
 settings.load_profile("readkit")
 
+#: Whether the library is slow, and memory is kept from being used again.
+SANITIZED = "READKIT_SANITIZED" in os.environ
+
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(SOURCE / "examples"))
 
