@@ -103,7 +103,10 @@ class AlignmentFile:
     def close(self) -> None:
         """Lets go of what is kept of the file, and of temporary files."""
         with self._lock:
+            remove = self._kept.pop("remove", None)
             self._kept = {}
+            if remove is not None:
+                remove()
 
     def __getstate__(self) -> dict[str, Any]:
         return {"path": self.path}
@@ -354,8 +357,7 @@ class BamFile(AlignmentFile):
         function = gateway.kxBamIndexComplete if complete else gateway.bamIndex
         with whole_output(target, ".bai") as path, watching(self.path, progress) as transfers:
             function(self.path, path, progress=transfers)
-        with self._lock:
-            self._kept = {key: value for key, value in self._kept.items() if key == "header"}
+        self.close()
         return target
 
     def _index(self) -> tuple[str, list[int] | None]:
@@ -374,13 +376,14 @@ class BamFile(AlignmentFile):
 
     def _own_index(self) -> str:
         folder = tempfile.mkdtemp(prefix="readkit-")
-        weakref.finalize(self, _remove_folder, folder, os.getpid())
+        remove = weakref.finalize(self, _remove_folder, folder, os.getpid())
         path = os.path.join(folder, "index.bai")
         try:
             gateway.kxBamIndexComplete(self.path, path)
         except BaseException:
-            shutil.rmtree(folder, ignore_errors=True)
+            remove()
             raise
+        self._kept.setdefault("remove", remove)
         self._kept["index"] = path, None
         return path
 

@@ -30,5 +30,4 @@ def whole_output(target: str, ending: str = "") -> Iterator[str]:
     with private_folder(target) as folder:
         path = os.path.join(folder, "output" + ending)
         yield path
-        # As if it had been created there: a private folder's umask is no stricter than any other.
         os.replace(path, target)

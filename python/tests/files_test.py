@@ -290,6 +290,15 @@ def test_indexes_that_pysam_makes_are_used(reads_bam):
     assert bam.fields("chr2", "Header")["Header"].to_list() == ["clipped", "half", "half"]
 
 
+def test_an_own_index_goes_with_what_is_kept(reads_bam):
+    with readkit.open(reads_bam) as bam:
+        bam.starts("chr1")
+        own = bam._index()[0]
+        assert os.path.exists(own)
+    assert not os.path.exists(own) and not os.path.exists(os.path.dirname(own))
+    assert bam.starts("chr1").flags.tolist() == [99, 0, 16, 147, 2048]
+
+
 def test_a_file_that_changes_is_read_again(tmp_path):
     path = str(tmp_path / "changing.bam")
     line = "r{0}\t0\tchr1\t{0}\t60\t4M\t*\t0\t0\tACGT\tIIII"
