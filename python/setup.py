@@ -1,8 +1,8 @@
 """The wheel of the package, built by the project's CMake files:
 
-    python3 -m pip wheel --no-build-isolation --no-index --no-deps python/
+    /usr/bin/python3 -m pip wheel --no-build-isolation --no-index --no-deps python/
 
-needs the packages of scripts/install-dependencies, python3-skbuild among them.
+needs the packages of scripts/install-dependencies, and python3-skbuild.
 """
 
 import sys
