@@ -87,6 +87,8 @@ class LayersTest(unittest.TestCase):
         self.assert_found("host/x.cc", '#include "cli/call.h"\n', "may not include")
         self.assert_allowed("cli/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
         self.assert_found("cli/x.cc", '#include "bam/bam.h"\n', "may not include")
+        self.assert_allowed("python/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
+        self.assert_found("python/x.cc", '#include "cli/call.h"\n', "may not include")
 
     def test_headers_that_do_not_exist_or_are_not_spelled_from_the_root(self):
         self.assert_found("src/core/x.cc", '#include "core/none.h"\n', "no header of the project")

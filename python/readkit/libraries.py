@@ -1,0 +1,39 @@
+"""Which library is loaded: the fast flavour unless another one is asked for."""
+
+from __future__ import annotations
+
+import os
+import threading
+
+from readkit import _readkit
+
+_FLAVOURS = {"fast": "libreadkit-fast.so", "exact": "libreadkit.so"}
+_lock = threading.Lock()
+_library: _readkit.Library | None = None
+
+
+def use_library(name: str | os.PathLike[str]) -> None:
+    """Has all further calls use this library.
+
+    Args:
+        name: ``"fast"`` (compresses with libdeflate; the one that is used unless told otherwise),
+            ``"exact"`` (compresses byte for byte like zlib), or the path of a library file.
+
+    Raises:
+        LibraryNotFound, LibraryDoesNotLoad, NoEntryPoint, NothingRegistered.
+    """
+    global _library
+    text = os.fspath(name)
+    path = os.path.join(_readkit.library_folder(), _FLAVOURS[text]) if text in _FLAVOURS else text
+    library = _readkit.Library(path)
+    with _lock:
+        _library = library
+
+
+def library() -> _readkit.Library:
+    """The library of all calls: that of `use_library`, else that which the environment variable
+    READKIT_LIBRARY names in the same way, else the fast one."""
+    if _library is None:
+        use_library(os.environ.get("READKIT_LIBRARY") or "fast")
+    assert _library is not None
+    return _library

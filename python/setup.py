@@ -1,0 +1,30 @@
+"""The wheel of the package, built by the project's CMake files:
+
+    /usr/bin/python3 -m pip wheel --no-build-isolation --no-index --no-deps python/
+
+needs the packages of scripts/install-dependencies, and python3-skbuild.
+"""
+
+import sys
+
+from skbuild import setup
+
+setup(
+    name="readkit",
+    version="0.1.0",
+    description="Alignment files (SAM, BAM, FASTQ) as arrays",
+    packages=["readkit"],
+    package_data={"readkit": ["py.typed", "*.pyi"]},
+    include_package_data=False,
+    python_requires=">=3.9",
+    install_requires=["numpy"],
+    cmake_source_dir="..",
+    cmake_args=[
+        # As the release preset.
+        "-DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON",
+        "-DREADKIT_BUILD_TESTS=OFF",
+        "-DREADKIT_BUILD_PYTHON=ON",
+        f"-DREADKIT_PYTHON={sys.executable}",
+    ],
+    cmake_install_target="install",
+)

@@ -1,0 +1,30 @@
+"""The examples of the documentation, run."""
+
+from __future__ import annotations
+
+import doctest
+import pathlib
+
+import numpy as np
+import pytest
+
+import readkit
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+
+@pytest.fixture
+def in_folder(reads_bam, monkeypatch):
+    monkeypatch.chdir(pathlib.Path(reads_bam).parent)
+    with np.printoptions(precision=8, linewidth=75):
+        yield
+
+
+def test_the_examples_of_the_page_are_right(in_folder):
+    failed, tried = doctest.testfile(str(ROOT / "docs/python.md"), module_relative=False)
+    assert tried > 20 and failed == 0
+
+
+def test_the_examples_of_the_modules_are_right(in_folder):
+    failed, tried = doctest.testmod(readkit)
+    assert tried > 3 and failed == 0

@@ -1,0 +1,43 @@
+"""The types that the package states, by mypy, and its stub against the module."""
+
+from __future__ import annotations
+
+import ast
+import pathlib
+import subprocess
+import sys
+
+import pytest
+
+import readkit
+from conftest import SANITIZED
+from readkit import _readkit
+
+FOLDER = pathlib.Path(readkit.__file__).parent
+
+
+@pytest.mark.skipif(SANITIZED, reason="mypy has nothing to do with sanitizers")
+def test_types_are_complete_and_agree_with_each_other(tmp_path):
+    pytest.importorskip("mypy")
+    result = subprocess.run(
+        [sys.executable, "-B", "-m", "mypy", "--strict", "--cache-dir", str(tmp_path), "-p",
+         "readkit"], capture_output=True, text=True, cwd=FOLDER.parent)
+    assert result.returncode == 0, result.stdout + result.stderr
+
+
+def names_in(tree):
+    return {node.name for node in tree.body if isinstance(node, (ast.FunctionDef, ast.ClassDef))}
+
+
+def test_the_stub_has_what_the_module_has():
+    stub = ast.parse((FOLDER / "_readkit.pyi").read_text())
+    public = {name for name in dir(_readkit) if not name.startswith("_")}
+    assert names_in(stub) == public
+    for node in stub.body:
+        if isinstance(node, ast.ClassDef):
+            there = {name for name, value in vars(getattr(_readkit, node.name)).items()
+                     if not name.startswith("_") or name.startswith("__arrow")}
+            stated = names_in(node)
+            assert {name for name in stated if not name.startswith("__")
+                    or name.startswith("__arrow")} == there
+            assert all(hasattr(getattr(_readkit, node.name), name) for name in stated)

@@ -1,0 +1,293 @@
+#include "python/text_column.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <pybind11/numpy.h>
+
+#include "python/arrow.h"
+
+namespace py = pybind11;
+
+namespace readkit::python {
+namespace {
+
+// Adds rows to texts that become a column.
+class TextsBuilder {
+ public:
+  explicit TextsBuilder(std::size_t rows) { texts_.offsets.reserve(rows + 1); }
+
+  // A character array. Nearly all texts of a file are ASCII, whose units are its bytes.
+  void add_characters(const txArray* characters) {
+    const std::size_t start = texts_.bytes.size();
+    const auto units = host::data_of<char16_t>(characters);
+    texts_.bytes.resize(start + units.size());
+    char* const bytes = texts_.bytes.data() + start;
+    unsigned seen = 0;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+      seen |= units[i];
+      bytes[i] = static_cast<char>(units[i]);
+    }
+    if (seen >= 0x80) {
+      texts_.bytes.resize(start);
+      texts_.bytes += host::text_of(characters);
+    }
+    end_row();
+  }
+
+  void add_text(std::string_view text) {
+    texts_.bytes += text;
+    end_row();
+  }
+
+  void add_missing() {
+    const std::size_t row = texts_.rows();
+    if (texts_.validity.empty()) texts_.validity.assign(row / 8 + 1, 0xFF);
+    texts_.validity.resize(row / 8 + 1, 0xFF);
+    texts_.validity[row / 8] &= static_cast<std::uint8_t>(~(1U << (row % 8)));
+    ++texts_.missing;
+    end_row();
+  }
+
+  Texts finish() {
+    if (texts_.missing != 0) texts_.validity.resize((texts_.rows() + 7) / 8, 0xFF);
+    texts_.bytes.shrink_to_fit();
+    return std::move(texts_);
+  }
+
+ private:
+  void end_row() { texts_.offsets.push_back(static_cast<std::int64_t>(texts_.bytes.size())); }
+
+  Texts texts_;
+};
+
+bool is_column(const txArray* array) {
+  return txGetN(array) == 1 || txGetNumberOfElements(array) == 0;
+}
+
+std::optional<Texts> texts_in_cells(const txArray* cells) {
+  const std::size_t rows = txGetNumberOfElements(cells);
+  for (std::size_t i = 0; i < rows; ++i) {
+    const txArray* const cell = host::cell_of(cells, i);
+    if (cell != nullptr && txGetClassID(cell) != txCHAR_CLASS) return std::nullopt;
+  }
+  TextsBuilder builder(rows);
+  for (std::size_t i = 0; i < rows; ++i) {
+    const txArray* const cell = host::cell_of(cells, i);
+    if (cell == nullptr) {
+      builder.add_missing();
+    } else {
+      builder.add_characters(cell);
+    }
+  }
+  return builder.finish();
+}
+
+Texts texts_in_strings(const txArray* strings) {
+  const std::size_t rows = txGetNumberOfElements(strings);
+  TextsBuilder builder(rows);
+  for (std::size_t i = 0; i < rows; ++i) {
+    if (const std::optional<std::string> text = host::string_of(strings, i)) {
+      builder.add_text(*text);
+    } else {
+      builder.add_missing();
+    }
+  }
+  return builder.finish();
+}
+
+using Rows = py::array_t<py::ssize_t, py::array::c_style>;
+
+// The Python class. Slices share the texts.
+class TextColumn {
+ public:
+  explicit TextColumn(Texts texts)
+      : texts_(std::make_shared<const Texts>(std::move(texts))), end_(texts_->rows()) {}
+
+  std::size_t size() const { return end_ - begin_; }
+  const std::shared_ptr<const Texts>& texts() const { return texts_; }
+
+  py::object at(py::ssize_t index) const {
+    const auto rows = static_cast<py::ssize_t>(size());
+    if (index < -rows || index >= rows) throw py::index_error("no such row in the column");
+    return object_of(begin_ + static_cast<std::size_t>(index < 0 ? index + rows : index));
+  }
+
+  py::object slice(const py::slice& wanted) const {
+    py::ssize_t start = 0;
+    py::ssize_t stop = 0;
+    py::ssize_t step = 0;
+    py::ssize_t length = 0;
+    if (!wanted.compute(static_cast<py::ssize_t>(size()), &start, &stop, &step, &length)) {
+      throw py::error_already_set();
+    }
+    if (step == 1) {
+      TextColumn part(*this);
+      part.begin_ = begin_ + static_cast<std::size_t>(start);
+      part.end_ = part.begin_ + static_cast<std::size_t>(length);
+      return py::cast(std::move(part));
+    }
+    Rows rows(length);
+    for (py::ssize_t i = 0; i < length; ++i) rows.mutable_at(i) = start + i * step;
+    return take(rows);
+  }
+
+  py::object take(const Rows& rows) const {
+    if (rows.ndim() != 1) throw py::value_error("rows must have one dimension");
+    TextsBuilder builder(static_cast<std::size_t>(rows.size()));
+    const auto count = static_cast<py::ssize_t>(size());
+    for (py::ssize_t i = 0; i < rows.size(); ++i) {
+      const py::ssize_t row = rows.at(i);
+      if (row < -count || row >= count) throw py::index_error("no such row in the column");
+      const std::size_t place = begin_ + static_cast<std::size_t>(row < 0 ? row + count : row);
+      if (texts_->is_missing(place)) {
+        builder.add_missing();
+      } else {
+        builder.add_text(texts_->row(place));
+      }
+    }
+    return py::cast(TextColumn(builder.finish()));
+  }
+
+  py::list to_list() const {
+    py::list list(size());
+    for (std::size_t i = 0; i < size(); ++i) list[i] = object_of(begin_ + i);
+    return list;
+  }
+
+  py::object to_numpy() const {
+    py::array array(py::dtype("O"), std::vector<py::ssize_t>{static_cast<py::ssize_t>(size())});
+    auto** const cells = static_cast<PyObject**>(array.mutable_data());
+    for (std::size_t i = 0; i < size(); ++i) {
+      py::object text = object_of(begin_ + i);
+      Py_XDECREF(std::exchange(cells[i], text.release().ptr()));
+    }
+    return array;
+  }
+
+  // Views of the column's own memory, which they keep alive.
+  static py::array offsets(const py::object& self) {
+    const auto& column = self.cast<const TextColumn&>();
+    return view(py::dtype::of<std::int64_t>(), column.size() + 1,
+                column.texts_->offsets.data() + column.begin_, self);
+  }
+  static py::array data(const py::object& self) {
+    const auto& column = self.cast<const TextColumn&>();
+    return view(py::dtype::of<std::uint8_t>(), column.texts_->bytes.size(),
+                column.texts_->bytes.data(), self);
+  }
+
+  std::string repr() const {
+    constexpr std::size_t kShown = 4;
+    std::string text = "<TextColumn of " + std::to_string(size());
+    for (std::size_t i = 0; i < std::min(size(), kShown); ++i) {
+      text += (i == 0 ? ": " : ", ") +
+              py::cast<std::string>(
+                  py::module_::import("builtins").attr("ascii")(object_of(begin_ + i)));
+    }
+    return text + (size() > kShown ? ", ...>" : ">");
+  }
+
+  std::size_t nbytes() const {
+    const auto& offsets = texts_->offsets;
+    return static_cast<std::size_t>(offsets[end_] - offsets[begin_]);
+  }
+
+  py::capsule arrow_schema() const { return schema_of_texts(*texts_); }
+  py::tuple arrow_array() const { return arrow_of_texts(texts_, begin_, size()); }
+
+ private:
+  py::object object_of(std::size_t row) const {
+    if (texts_->is_missing(row)) return py::none();
+    return str_of_bytes(texts_->row(row));
+  }
+
+  static py::array view(const py::dtype& dtype, std::size_t count, const void* memory,
+                        const py::object& owner) {
+    py::array array(dtype, {static_cast<py::ssize_t>(count)}, {dtype.itemsize()}, memory, owner);
+    array.attr("setflags")(py::arg("write") = false);
+    return array;
+  }
+
+  std::shared_ptr<const Texts> texts_;
+  std::size_t begin_ = 0;
+  std::size_t end_;
+};
+
+}  // namespace
+
+std::string_view Texts::row(std::size_t i) const {
+  return std::string_view(bytes).substr(static_cast<std::size_t>(offsets[i]),
+                                        static_cast<std::size_t>(offsets[i + 1] - offsets[i]));
+}
+
+std::optional<Texts> texts_in(const txArray* array) {
+  if (array == nullptr || !is_column(array)) return std::nullopt;
+  if (txGetClassID(array) == txCELL_CLASS) return texts_in_cells(array);
+  if (txGetClassID(array) != txSTRING_CLASS || txGetNumberOfElements(array) == 1)
+    return std::nullopt;
+  return texts_in_strings(array);
+}
+
+py::object str_of_bytes(std::string_view bytes) {
+  PyObject* const text =
+      PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogateescape");
+  if (text == nullptr) throw py::error_already_set();
+  return py::reinterpret_steal<py::object>(text);
+}
+
+py::object make_text_column(Texts texts) { return py::cast(TextColumn(std::move(texts))); }
+
+std::shared_ptr<const Texts> texts_of_column(py::handle object) {
+  if (!py::isinstance<TextColumn>(object)) return nullptr;
+  // A slice has rows of its own only once they are copied.
+  const auto& column = object.cast<const TextColumn&>();
+  if (column.size() == column.texts()->rows()) return column.texts();
+  Rows rows(static_cast<py::ssize_t>(column.size()));
+  for (py::ssize_t i = 0; i < rows.size(); ++i) rows.mutable_at(i) = i;
+  return column.take(rows).cast<const TextColumn&>().texts();
+}
+
+void add_text_column(py::module_& module) {
+  py::class_<TextColumn>(module, "TextColumn",
+                         R"(A column of texts: one block of bytes and offsets into it.
+
+A sequence of str (None where there is no text) that makes its str objects when they are asked for.
+Bytes that are not UTF-8 become surrogates, as os.fsdecode does it.)")
+      .def("__len__", &TextColumn::size)
+      .def("__repr__", &TextColumn::repr)
+      .def(
+          "__array__",
+          [](const TextColumn& column, const py::object& dtype) {
+            const py::object array = column.to_numpy();
+            return dtype.is_none() ? array : array.attr("astype")(dtype);
+          },
+          py::arg("dtype") = py::none())
+      .def("__iter__",
+           [](const py::object& self) {
+             return py::reinterpret_steal<py::object>(PySeqIter_New(self.ptr()));
+           })
+      .def("__getitem__", &TextColumn::at, py::arg("index"))
+      .def("__getitem__", &TextColumn::slice, py::arg("index"))
+      .def(
+          "take", &TextColumn::take, py::arg("rows"),
+          "The column of these rows, 0-based; negative ones count from the end. Raises IndexError.")
+      .def("to_list", &TextColumn::to_list, "A list of str; None for a missing text.")
+      .def("to_numpy", &TextColumn::to_numpy, "A one-dimensional array of dtype object.")
+      .def_property_readonly(
+          "offsets", &TextColumn::offsets,
+          R"(int64, one more than rows: row i is data[offsets[i]:offsets[i + 1]]. Not a copy.)")
+      .def_property_readonly(
+          "data", &TextColumn::data,
+          "uint8: the bytes of all rows, and of those around a slice. Not a copy.")
+      .def_property_readonly("nbytes", &TextColumn::nbytes, "Bytes of all texts together.")
+      .def("__arrow_c_schema__", &TextColumn::arrow_schema,
+           "large_utf8; large_binary when some bytes are not UTF-8.")
+      .def(
+          "__arrow_c_array__",
+          [](const TextColumn& column, const py::object&) { return column.arrow_array(); },
+          py::arg("requested_schema") = py::none(),
+          "Arrow's PyCapsule interface, without a copy: (schema, array).");
+}
+
+}  // namespace readkit::python
