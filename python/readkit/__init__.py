@@ -16,11 +16,14 @@ has the functions underneath, with rules of their own. Errors are `readkit.Error
 
 from readkit import errors, gateway
 from readkit._readkit import TextColumn
+from readkit.bam_file import BamFile, Counts, Starts
+from readkit.checks import Check, check
 from readkit.errors import Error
-from readkit.files import BamFile, Check, Counts, SamFile, Starts, check, open
+from readkit.files import open
 from readkit.libraries import use_library
 from readkit.qualities import Quality, quality
 from readkit.regions import Reference
+from readkit.sam_file import SamFile
 from readkit.tables import Table
 
 __all__ = ["BamFile", "Check", "Counts", "Error", "Quality", "Reference", "SamFile", "Starts", "Table",

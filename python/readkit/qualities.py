@@ -9,8 +9,8 @@ from typing import Any, Iterable, Sequence, Tuple, Union
 import numpy as np
 
 from readkit import gateway
-from readkit.errors import error_of
-from readkit.files import AlignmentFile, builtin_open
+from readkit.alignment_file import AlignmentFile
+from readkit.files import first_bytes
 from readkit.progress import Progress, watching
 
 Source = Union[str, "os.PathLike[str]", Tuple[Sequence[str], Sequence[str]]]
@@ -142,12 +142,7 @@ def _kind_of(source: Any) -> tuple[int, Any]:
     name = os.fspath(source)
     if isinstance(source, AlignmentFile):
         return (_BAM if source.kind == "BAM" else _SAM), name
-    try:
-        with builtin_open(name, "rb") as file:
-            start = file.read(4096)
-    except (OSError, ValueError) as error:
-        raise error_of("seqlab:readkit:FileNotFound", (name,),
-                       f"The file {name!r} cannot be opened for reading: {error}") from error
+    start = first_bytes(name)
     if start.startswith(b"\x1f\x8b"):
         return _BAM, name
     line = start.partition(b"\n")[0]
