@@ -1,46 +1,17 @@
 #include "quality/tally.h"
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
 #include "core/bytes.h"
-#include "quality/blocks.h"
+#include "quality/letter_counts.h"
 
 namespace readkit {
-namespace {
-
-// One letter at a time: compilers take the tests of several for a chain of jumps.
-void count_letter(const char* __restrict block, char letter, std::uint8_t* __restrict counts) {
-  for (std::size_t i = 0; i < kBlock; ++i) {
-    counts[i] = static_cast<std::uint8_t>(counts[i] + (block[i] == letter ? 1 : 0));
-  }
-}
-
-// C and G differ in this one bit.
-void count_gc(const char* __restrict block, std::uint8_t* __restrict counts) {
-  constexpr char kIndifferent = 'C' ^ 'G';
-  for (std::size_t i = 0; i < kBlock; ++i) {
-    const auto letter = static_cast<char>(block[i] | kIndifferent);
-    counts[i] = static_cast<std::uint8_t>(counts[i] + (letter == 'G' ? 1 : 0));
-  }
-}
-
-}  // namespace
 
 int BaseTally::add(const char* letters, std::size_t length) {
-  constexpr std::array<char, 4> kLetters = {'A', 'C', 'G', 'T'};
-  static_assert(kTallyPositions / kBlock <= std::numeric_limits<std::uint8_t>::max());
-  std::array<std::uint8_t, kBlock> gc{};
-  for_each_block(letters, length, '\0', [&](const char* block, std::size_t at) {
-    for (std::size_t row = 0; row < kLetters.size(); ++row) {
-      count_letter(block, kLetters[row], letters_[row].data() + at);
-    }
-    count_gc(block, gc.data());
-  });
   ++reads_;
   ++reads_of_length_[length];
-  return std::accumulate(gc.begin(), gc.end(), 0);
+  return tally_letters(letters, length, letters_.data(), kTallyPositions);
 }
 
 void BaseTally::move_to(double* matrix) {
@@ -49,8 +20,9 @@ void BaseTally::move_to(double* matrix) {
     reads -= std::exchange(reads_of_length_[i], std::uint8_t{0});
     if (reads == 0) break;
     int others = reads;
-    for (Counters& counts : letters_) {
-      const std::uint8_t count = std::exchange(counts[i], std::uint8_t{0});
+    for (std::size_t row = 0; row < kRows - 1; ++row) {
+      const std::uint8_t count =
+          std::exchange(letters_[row * kTallyPositions + i], std::uint8_t{0});
       *matrix++ += count;
       others -= count;
     }

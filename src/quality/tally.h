@@ -32,9 +32,8 @@ class BaseTally {
   void move_to(double* matrix);
 
  private:
-  using Counters = std::array<std::uint8_t, kTallyPositions>;
-
-  std::array<Counters, kRows - 1> letters_{};  // A, C, G, T
+  // A row after the other: A, C, G, T.
+  std::array<std::uint8_t, (kRows - 1) * kTallyPositions> letters_{};
   std::array<std::uint8_t, kTallyPositions + 1> reads_of_length_{};
   int reads_ = 0;
 };
