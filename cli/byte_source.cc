@@ -13,7 +13,7 @@
 namespace readkit::cli {
 namespace {
 
-[[noreturn]] void fail(const std::string& name, const char* verb, int reason) {
+[[noreturn]] void fail_reading(const std::string& name, const char* verb, int reason) {
   throw Failure(name == "-" ? "standard input" : name,
                 std::string("cannot be ") + verb + ": " + std::generic_category().message(reason));
 }
@@ -24,14 +24,14 @@ ByteSource::ByteSource(const std::string& name)
     : name_(name),
       fd_(name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC)),
       buffer_(std::size_t{1} << 18) {
-  if (fd_ < 0) fail(name_, "opened", errno);
+  if (fd_ < 0) fail_reading(name_, "opened", errno);
   struct stat status = {};
   if (fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
     regular_ = true;
     size_ = static_cast<std::uint64_t>(status.st_size);
   } else if (S_ISDIR(status.st_mode)) {
     if (fd_ != STDIN_FILENO) close(fd_);
-    fail(name_, "read", EISDIR);
+    fail_reading(name_, "read", EISDIR);
   }
 }
 
@@ -45,7 +45,7 @@ std::size_t ByteSource::fill(std::size_t from) {
     check_interrupts();
     const ssize_t n = ::read(fd_, &buffer_[from], buffer_.size() - from);
     if (n >= 0) return static_cast<std::size_t>(n);
-    if (errno != EINTR) fail(name_, "read", errno);
+    if (errno != EINTR) fail_reading(name_, "read", errno);
   }
 }
 

@@ -16,7 +16,7 @@ namespace {
 constexpr std::uintmax_t kMostBytes = std::uintmax_t{1} << 28;
 
 // The findings of a check that end what reads a file; records with wrong values do not.
-constexpr std::array<std::string_view, 15> kEnding = {
+constexpr std::array<std::string_view, 15> kEndingFindings = {
     "BlockHeader", "BlockData",    "BlockLength",     "BlockTruncated", "EndMarker",
     "HeaderMagic", "HeaderLength", "HeaderTruncated", "RecordLayout",   "RecordTruncated",
     "RecordsLost", "FieldCount",   "Sequence",        "CigarOp",        "Tag"};
@@ -29,7 +29,8 @@ std::string first_damage(Job& job, const Input& input) {
   const CheckResult result = check_result(job.call("kxCheck", 1, input.path())[0].get());
   const auto found =
       std::find_if(result.findings.begin(), result.findings.end(), [](const Finding& finding) {
-        return std::find(kEnding.begin(), kEnding.end(), finding.identifier) != kEnding.end();
+        return std::find(kEndingFindings.begin(), kEndingFindings.end(), finding.identifier) !=
+               kEndingFindings.end();
       });
   if (found == result.findings.end()) return {};
   const std::string record =

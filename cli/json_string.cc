@@ -7,6 +7,8 @@
 
 #include <utf8.h>
 
+#include "cli/surrogates.h"
+
 namespace readkit::cli {
 namespace {
 
@@ -16,9 +18,6 @@ constexpr std::size_t kPiece = Output::kMaxRoom / kMaxEscape;
 constexpr char16_t kByteEscape = 0xDC00;
 
 bool is_plain(char16_t unit) { return unit >= 0x20 && unit < 0x80 && unit != '"' && unit != '\\'; }
-bool is_high(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool is_low(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
-
 char* put_escape(char16_t unit, char* to) {
   constexpr char kHex[] = "0123456789abcdef";
   *to++ = '\\';
@@ -39,12 +38,12 @@ char* put_escape(char16_t unit, char* to) {
 char* put_character(std::u16string_view units, std::size_t& at, char* to) {
   const char16_t unit = units[at];
   if (unit < 0x80) return put_escape(unit, to);
-  if (is_high(unit) && at + 1 < units.size() && is_low(units[at + 1])) {
+  if (is_high_surrogate(unit) && at + 1 < units.size() && is_low_surrogate(units[at + 1])) {
     const char32_t high = unit - 0xD800U;
     const char32_t low = units[++at] - 0xDC00U;
     return utf8::unchecked::append(0x10000U + (high << 10U | low), to);
   }
-  if (is_high(unit) || is_low(unit)) return put_escape(unit, to);
+  if (is_high_surrogate(unit) || is_low_surrogate(unit)) return put_escape(unit, to);
   return utf8::unchecked::append(unit, to);
 }
 

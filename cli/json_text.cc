@@ -8,6 +8,8 @@
 
 #include <utf8.h>
 
+#include "cli/surrogates.h"
+
 namespace readkit::cli {
 namespace {
 
@@ -16,9 +18,6 @@ constexpr std::string_view kShieldBytes = "\xEE\x80\x80";
 constexpr char16_t kShieldedFirst = 0xE100;
 constexpr char16_t kSurrogateFirst = 0xD800;
 constexpr std::size_t kEscapeLength = 6;
-
-bool is_high(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool is_low(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 // The unit of the escape \uXXXX at `at`, if there is one.
 std::optional<char16_t> escape_at(std::string_view json, std::size_t at) {
@@ -39,11 +38,11 @@ std::size_t shield_escape(std::string_view json, std::size_t at, std::string& ou
     out.append(kShieldBytes).append(kShieldBytes);
     return at + length;
   }
-  if (unit && is_high(*unit)) {
+  if (unit && is_high_surrogate(*unit)) {
     const std::optional<char16_t> next = escape_at(json, at + length);
-    if (next && is_low(*next)) length += kEscapeLength;
+    if (next && is_low_surrogate(*next)) length += kEscapeLength;
   }
-  if (unit && (is_high(*unit) || is_low(*unit)) && length == kEscapeLength) {
+  if (unit && (is_high_surrogate(*unit) || is_low_surrogate(*unit)) && length == kEscapeLength) {
     out.append(kShieldBytes);
     utf8::unchecked::append(static_cast<char32_t>(kShieldedFirst + (*unit - kSurrogateFirst)),
                             std::back_inserter(out));

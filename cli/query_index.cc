@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kEnding = ".bai";
+constexpr std::string_view kIndexEnding = ".bai";
 
 // Whether a block begins at each of these places.
 bool have_blocks(const std::string& bam, const std::vector<std::uint64_t>& places) {
@@ -63,7 +63,7 @@ QueryIndex::QueryIndex(Job& job, const Input& input, std::size_t references,
     return;
   }
   path_ = *index;
-  if (path_.ends_with(kEnding)) return;
+  if (path_.ends_with(kIndexEnding)) return;
   // The library wants this ending.
   folder_ = PrivateFolder::temporary();
   path_ = folder_->file("index.bai");

@@ -8,8 +8,8 @@
 namespace readkit::cli {
 namespace {
 
-constexpr char kPosition[] = "Position";
-constexpr char kEndPosition[] = "EndPosition";
+constexpr char kPositionField[] = "Position";
+constexpr char kEndPositionField[] = "EndPosition";
 
 }  // namespace
 
@@ -30,7 +30,7 @@ Column::Column(const std::string& field, const txArray* array) : is_text_(is_tex
     return;
   }
   numbers_ = host::numbers_of(array);
-  if (field == kEndPosition) {
+  if (field == kEndPositionField) {
     for (double& number : numbers_) number -= number > 0 ? 1 : 0;
   }
 }
@@ -52,7 +52,7 @@ ReferenceRecords::ReferenceRecords(Job& job, const Input& input, std::size_t ref
 Rows ReferenceRecords::batch(const std::vector<std::string>& fields,
                              std::span<const std::uint32_t> ordinals) const {
   // The first column is asked for to see that the rows are those of these records.
-  std::vector<std::string> names = {kPosition};
+  std::vector<std::string> names = {kPositionField};
   names.insert(names.end(), fields.begin(), fields.end());
   const std::vector<host::Owned> arrays = job_.call(
       "getFeatures", static_cast<int>(names.size()), input_.path(), index_.path(),

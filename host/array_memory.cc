@@ -45,35 +45,33 @@ void free_block(void* data) noexcept {
 
 }  // namespace readkit::host
 
-using readkit::host::Block;
-using readkit::host::BlockUse;
-
 extern "C" {
 
 void* txCalloc(std::size_t count, std::size_t size) {
   if (size != 0 && count > std::numeric_limits<std::size_t>::max() / size) throw std::bad_alloc();
-  return readkit::host::new_block(count * size, BlockUse::kLoose, readkit::host::Contents::kZeros);
+  return readkit::host::new_block(count * size, readkit::host::BlockUse::kLoose,
+                                  readkit::host::Contents::kZeros);
 }
 
 void* txRealloc(void* p, std::size_t size) {
   if (p == nullptr) {
-    return readkit::host::new_block(size, BlockUse::kLoose,
+    return readkit::host::new_block(size, readkit::host::BlockUse::kLoose,
                                     readkit::host::Contents::kUninitialized);
   }
-  Block* const old = readkit::host::block_of(p);
-  if (old->use != BlockUse::kLoose) {
+  auto* const old = readkit::host::block_of(p);
+  if (old->use != readkit::host::BlockUse::kLoose) {
     throw readkit::host::HostError(readkit::host::id::kBlockInUse, {std::string("txRealloc")});
   }
   void* const memory = std::realloc(old, readkit::host::with_header(size));
   if (memory == nullptr) throw std::bad_alloc();
-  Block* const block = static_cast<Block*>(memory);
+  auto* const block = static_cast<readkit::host::Block*>(memory);
   block->bytes = size;
   return block + 1;
 }
 
 void txFree(void* p) {
   // The block of an array goes with the array; freeing it here would leave the array without.
-  if (p == nullptr || readkit::host::block_of(p)->use != BlockUse::kLoose) return;
+  if (p == nullptr || readkit::host::block_of(p)->use != readkit::host::BlockUse::kLoose) return;
   readkit::host::free_block(p);
 }
 

@@ -24,7 +24,7 @@ struct Rule {
   const char* unit;
 };
 
-constexpr Rule kReads = {"reads", "Reads", "reads", true, 1, 1, ""};
+constexpr Rule kReadRule = {"reads", "Reads", "reads", true, 1, 1, ""};
 constexpr Rule kMedian = {
     "position_median", "Medians", "lowest median quality of a position", true, 25, 20, ""};
 constexpr Rule kLowerQuartile = {
@@ -158,7 +158,7 @@ double off_the_normal_curve(const Json& sample) {
 
 Json verdicts_of(const Json& sample) {
   const auto reads = sample["reads"].get<std::uint64_t>();
-  if (reads == 0) return Json::array({verdict(kReads, 0)});
+  if (reads == 0) return Json::array({verdict(kReadRule, 0)});
   const auto number = [](const char* key) {
     return [key](const Json& position) { return position[key].get<double>(); };
   };

@@ -17,8 +17,9 @@
 namespace readkit {
 namespace {
 
+using record_format::kLengthWord;
+
 constexpr std::array<char, 4> kBamMagic = {'B', 'A', 'M', 1};
-constexpr std::size_t kLengthWord = 4;
 constexpr std::size_t kPiece = std::size_t{1}
                                << 20;  // of what is read of a length that a file states
 

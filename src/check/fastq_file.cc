@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "check/characters.h"
 #include "check/text_lines.h"
 
 namespace readkit {
@@ -15,10 +16,7 @@ namespace {
 constexpr std::size_t kLines = 4;  // of a read
 enum Line : std::size_t { kHeader, kBases, kSeparator, kQualities };
 
-bool is_base(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.' || c == '-' || c == '*';
-}
-bool is_quality(char c) { return c >= '!' && c <= '~'; }
+bool is_fastq_base(char c) { return is_letter(c) || c == '.' || c == '-' || c == '*'; }
 
 class FastqCheck {
  public:
@@ -97,11 +95,11 @@ class FastqCheck {
       add(FindingKind::kReadName, number(kSeparator),
           "the name behind + is another one: ", excerpt(repeated));
     }
-    if (!std::all_of(bases.begin(), bases.end(), is_base)) {
+    if (!std::all_of(bases.begin(), bases.end(), is_fastq_base)) {
       add(FindingKind::kSequence, number(kBases),
           "the sequence has characters that are no letters");
     }
-    if (!std::all_of(qualities.begin(), qualities.end(), is_quality)) {
+    if (!std::all_of(qualities.begin(), qualities.end(), is_printable)) {
       add(FindingKind::kQuality, number(kQualities),
           "the qualities have characters outside of ! to ~");
     }

@@ -6,11 +6,10 @@
 #include <system_error>
 #include <unordered_set>
 
+#include "check/characters.h"
+
 namespace readkit {
 namespace {
-
-bool is_letter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 // Takes the text up to `end`, and `end` itself, off `text`.
 std::string_view take(std::string_view& text, char end) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "check/characters.h"
 #include "records/bins.h"
 #include "records/tags.h"
 
@@ -12,12 +13,6 @@ namespace {
 constexpr unsigned kLastOp = 8;
 constexpr std::uint8_t kHighestQuality = 93;
 constexpr std::size_t kNameSize = 2;  // of an optional field
-
-bool is_letter(std::uint8_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-bool is_letter_or_digit(std::uint8_t c) { return is_letter(c) || (c >= '0' && c <= '9'); }
-bool is_hex(std::uint8_t c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'); }
-bool is_printable(std::uint8_t c) { return c >= '!' && c <= '~'; }
-bool is_of_name(std::uint8_t c) { return is_printable(c) && c != '@'; }
 
 // Where the ops really are, which Alignment::cigar_bytes does not tell for long names.
 const std::uint8_t* ops_of(const Alignment& record) {
@@ -55,7 +50,7 @@ std::string_view complaint_about(const std::uint8_t* field, std::int64_t size) {
   const std::uint8_t* const last = field + size - 1;
   if (type == 'Z' || type == 'H') {
     if (last < value || *last != 0) return "no NUL ends its text";
-    const bool is_bytes = (last - value) % 2 == 0 && std::all_of(value, last, is_hex);
+    const bool is_bytes = (last - value) % 2 == 0 && std::all_of(value, last, is_hex_digit);
     if (type == 'H' && !is_bytes) return "its text is not of pairs of hexadecimal digits";
   }
   if (type == 'A' && !is_printable(*value)) return "its character cannot be printed";
@@ -171,7 +166,7 @@ void RecordChecks::check_tags(const Alignment& record) {
       return;
     }
     const std::string_view name(reinterpret_cast<const char*>(field), kNameSize);
-    if (!is_letter(field[0]) || !is_letter_or_digit(field[1])) {
+    if (!is_letter(field[0]) || !(is_letter(field[1]) || is_digit(field[1]))) {
       add(FindingKind::kTag, "the name of an optional field is not a letter and a letter or digit");
     } else if (!names_.add(field[0], field[1])) {
       add(FindingKind::kTagRepeated, "optional field ", name, " comes again");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "check/characters.h"
 #include "core/bytes.h"
 #include "records/record_format.h"
 
@@ -10,10 +11,7 @@ namespace {
 
 namespace rf = record_format;
 
-constexpr std::size_t kLengthWord = 4;
 constexpr int kChain = 3;  // records that must look right
-
-bool is_printable(std::uint8_t c) { return c >= '!' && c <= '~'; }
 
 bool is_place(std::int32_t ref, std::int32_t pos, const std::vector<Reference>* references) {
   if (ref < -1 || pos < -1) return false;
@@ -24,7 +22,7 @@ bool is_place(std::int32_t ref, std::int32_t pos, const std::vector<Reference>* 
 
 bool is_record(std::span<const std::uint8_t> bytes, const std::vector<Reference>* references) {
   if (bytes.size() < kLayoutSize || !has_sound_layout(bytes.data())) return false;
-  const std::uint8_t* const data = bytes.data() + kLengthWord;
+  const std::uint8_t* const data = bytes.data() + rf::kLengthWord;
   const std::size_t name_length = data[rf::kNameLength];
   if (name_length < 2 || bytes.size() < kLayoutSize + name_length) return false;
   const std::uint8_t* const name = data + rf::kName;
@@ -38,7 +36,7 @@ bool is_record(std::span<const std::uint8_t> bytes, const std::vector<Reference>
 }  // namespace
 
 bool has_sound_layout(const std::uint8_t* bytes) {
-  const std::uint8_t* const data = bytes + kLengthWord;
+  const std::uint8_t* const data = bytes + rf::kLengthWord;
   const auto size = load<std::int32_t>(bytes);
   const std::int64_t bases = load<std::int32_t>(data + rf::kSeqLength);
   if (size < static_cast<std::int32_t>(rf::kName) || size > kLongestRecord || bases < 0) {
@@ -59,7 +57,7 @@ std::optional<std::size_t> find_record(std::span<const std::uint8_t> bytes,
       all_are = is_record(rest, references);
       if (!all_are) break;
       const std::size_t size =
-          kLengthWord + static_cast<std::size_t>(load<std::int32_t>(rest.data()));
+          rf::kLengthWord + static_cast<std::size_t>(load<std::int32_t>(rest.data()));
       rest = rest.subspan(std::min(size, rest.size()));
     }
     if (all_are) return at;

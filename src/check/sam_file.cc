@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "check/characters.h"
 #include "check/header_checks.h"
 #include "check/sam_tags.h"
 #include "check/text_lines.h"
@@ -40,21 +41,17 @@ enum Field : std::size_t {
 constexpr std::array<std::string_view, kFields> kFieldNames = {
     "QNAME", "FLAG", "RNAME", "POS", "MAPQ", "CIGAR", "RNEXT", "PNEXT", "TLEN", "SEQ", "QUAL"};
 
-bool is_printable(char c) { return c >= '!' && c <= '~'; }
-bool is_of_name(char c) { return is_printable(c) && c != '@'; }
-bool is_base(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '=' || c == '.';
-}
+bool is_sam_base(char c) { return is_letter(c) || c == '=' || c == '.'; }
 
 // What a CIGAR says; `is_known` is false for a text that is none.
-struct CigarSpans {
+struct CigarTextSpans {
   std::int64_t reference = 0;
   std::int64_t sequence = 0;
   bool is_known = true;
 };
 
-CigarSpans spans_of(std::string_view cigar) {
-  CigarSpans spans;
+CigarTextSpans spans_of(std::string_view cigar) {
+  CigarTextSpans spans;
   if (cigar == kMissing) return spans;
   const std::string_view letters = Alignment::cigar_key;
   spans.is_known = !cigar.empty();
@@ -209,7 +206,7 @@ class SamCheck {
   }
 
   void check_cigar(int ref, std::int64_t pos, bool is_mapped) {
-    const CigarSpans spans = spans_of(fields_[kCigar]);
+    const CigarTextSpans spans = spans_of(fields_[kCigar]);
     if (!spans.is_known) {
       add(FindingKind::kCigarOp, "CIGAR is ", excerpt(fields_[kCigar]), ", which is none");
       return;
@@ -231,7 +228,7 @@ class SamCheck {
     const std::string_view bases = fields_[kSeq];
     const std::string_view qualities = fields_[kQual];
     const bool has_bases = bases != kMissing;
-    if (has_bases && (bases.empty() || !std::all_of(bases.begin(), bases.end(), is_base))) {
+    if (has_bases && (bases.empty() || !std::all_of(bases.begin(), bases.end(), is_sam_base))) {
       add(FindingKind::kSequence, "SEQ has other characters than letters, = and .");
     }
     if (!std::all_of(qualities.begin(), qualities.end(), is_printable)) {

@@ -6,16 +6,12 @@
 #include <limits>
 #include <system_error>
 
+#include "check/characters.h"
+
 namespace readkit {
 namespace {
 
 constexpr std::size_t kPrefix = 5;  // "NM:i:"
-
-bool is_letter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
-bool is_hex(char c) { return is_digit(c) || (c >= 'A' && c <= 'F'); }
-bool is_printable(char c) { return c >= '!' && c <= '~'; }
-bool is_printable_or_blank(char c) { return c >= ' ' && c <= '~'; }
 
 bool is_form(std::string_view field) {
   return field.size() >= kPrefix && is_letter(field[0]) &&
@@ -84,7 +80,7 @@ bool is_value(char type, std::string_view text) {
     case 'Z':
       return std::all_of(text.begin(), text.end(), is_printable_or_blank);
     case 'H':
-      return text.size() % 2 == 0 && std::all_of(text.begin(), text.end(), is_hex);
+      return text.size() % 2 == 0 && std::all_of(text.begin(), text.end(), is_hex_digit);
     case 'B':
       return is_array(text);
     default:

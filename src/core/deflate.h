@@ -9,6 +9,9 @@
 
 namespace readkit {
 
+/// What zlib calls the window of a stream without a frame of its own.
+inline constexpr int kRawWindowBits = -15;
+
 /// A stated size that no data has: leaves every judgement to zlib.
 inline constexpr std::size_t kSizeUnknown = ~std::size_t{0};
 

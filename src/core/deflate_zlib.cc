@@ -5,7 +5,6 @@
 namespace readkit {
 namespace {
 
-constexpr int kRawWindowBits = -15;
 constexpr int kMemoryLevel = 8;
 
 // One zlib stream, set up once and reset for every block: the bytes are those of a new stream.

@@ -9,8 +9,6 @@
 namespace readkit {
 namespace {
 
-constexpr int kRawWindowBits = -15;
-
 struct FreeDecompressor {
   void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
 };

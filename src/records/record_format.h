@@ -8,6 +8,8 @@
 
 namespace readkit::record_format {
 
+inline constexpr std::size_t kLengthWord = 4;  // int32, before the data block
+
 inline constexpr std::size_t kRefId = 0;        // int32
 inline constexpr std::size_t kPos = 4;          // int32
 inline constexpr std::size_t kNameLength = 8;   // uint8, the NUL included

@@ -18,13 +18,13 @@
 namespace readkit {
 namespace {
 
-constexpr std::uint8_t kNoCode = 0xFF;
+constexpr std::uint8_t kNoCigarOp = 0xFF;
 constexpr std::size_t kLongestName = 254;
 constexpr int kMaxOps = std::numeric_limits<std::uint16_t>::max();
 
 constexpr std::array<std::uint8_t, 256> reversed(std::string_view key) {
   std::array<std::uint8_t, 256> codes{};
-  codes.fill(kNoCode);
+  codes.fill(kNoCigarOp);
   for (std::size_t i = 0; i < key.size(); ++i) {
     codes[static_cast<unsigned char>(key[i])] = static_cast<std::uint8_t>(i);
   }
@@ -92,7 +92,7 @@ Cigar encode_cigar(std::string_view field, std::uint8_t* out) {
     const long length = parse_long(field, &digits);
     if (digits == field.size()) throw std::out_of_range("basic_string");
     const std::uint8_t code = code_of(Alignment::cigar_rev_key, field[digits]);
-    if (code == kNoCode || cigar.count == kMaxOps) raise_invalid();
+    if (code == kNoCigarOp || cigar.count == kMaxOps) raise_invalid();
     const auto word = static_cast<std::uint32_t>(static_cast<std::uint64_t>(length) << 4 | code);
     store(out, word);
     out += sizeof word;

@@ -12,8 +12,8 @@
 namespace readkit {
 namespace {
 
-constexpr std::size_t kPrefix = 5;      // "NM:i:"
-constexpr std::size_t kHeaderSize = 3;  // tag and type letter
+constexpr std::size_t kPrefix = 5;   // "NM:i:"
+constexpr std::size_t kTagSize = 3;  // tag and type letter
 
 std::int32_t array_elements(std::string_view text) {
   const auto commas = std::count(text.begin(), text.end(), ',');
@@ -67,7 +67,7 @@ std::uint8_t* encode_field(std::string_view field, std::uint8_t* out) {
   out[0] = static_cast<std::uint8_t>(field[0]);
   out[1] = static_cast<std::uint8_t>(field[1]);
   out[2] = static_cast<std::uint8_t>(field[3]);
-  return out + kHeaderSize + encode_value(field[3], field.substr(kPrefix), out + kHeaderSize);
+  return out + kTagSize + encode_value(field[3], field.substr(kPrefix), out + kTagSize);
 }
 
 }  // namespace
