@@ -13,6 +13,7 @@ project = "readkit"
 author = "the authors of readkit"
 version = release = os.environ["READKIT_VERSION"]
 language = "en"
+smartquotes = False  # quotes are those of messages and code
 
 extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc", "sphinx.ext.napoleon", "site_links"]
 root_doc = "docs/index"

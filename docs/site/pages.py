@@ -4,9 +4,10 @@
     pages.py ROOT PROGRAM FOLDER
 
 FOLDER becomes a picture of ROOT with links instead of files, and beside them `made/` with a page
-for each header that docs/cpp.md links to, each schema, each manual page of PROGRAM, and for the
-Python package. `made/pages.json` tells which file of ROOT has which page; site_links.py leads links
-to these files there.
+for each header that docs/cpp.md links to, each schema that docs/schemas/README.md does, each manual
+page of PROGRAM, and for the Python package; FOLDER/../xml is what doxygen says of the headers.
+`made/pages.json` tells which file of ROOT has which page, where site_links.py leads links to it, and
+which pages stand below which document.
 """
 
 import json
@@ -14,9 +15,8 @@ import pathlib
 import re
 import subprocess
 import sys
+from xml.etree import ElementTree
 
-# All of a header but its namespaces, which several headers share.
-SECTIONS = "briefdescription detaileddescription innerclass define enum typedef func var public-*"
 LINK = re.compile(r"\]\(([^)#\s]+)(?:#[^)]*)?\)")
 
 
@@ -42,12 +42,63 @@ def opening_comment(header):
     return "\n".join(lines + ["```"] * in_code)
 
 
-def header_page(root, header):
-    name = header.relative_to(root).as_posix().removeprefix("src/")
-    return (f"# {name}\n\n{opening_comment(header)}\n\n"
-            f"```cpp\n#include <readkit/{name}>\n```\n\n"
-            f"```{{doxygenfile}} {header.relative_to(root).as_posix()}\n"
-            f":sections: {SECTIONS}\n```\n")
+class Declarations:
+    """What doxygen has read of some headers."""
+
+    DIRECTIVES = {"function": "doxygenfunction", "variable": "doxygenvariable",
+                  "typedef": "doxygentypedef", "enum": "doxygenenum"}
+
+    def __init__(self, xml):
+        self.found = {}  # header: [(line, directive, name)]
+        files = [compound for path in sorted(xml.glob("*_8h.xml"))
+                 for compound in ElementTree.parse(path).iter("compounddef")]
+        for compound in files:
+            names = {entry.text for entry in compound.iter("innerclass")}
+            for entry in compound.iter("innerclass"):
+                if entry.text.rpartition("::")[0] not in names:  # is shown with its class
+                    self.add_class(ElementTree.parse(xml / f"{entry.get('refid')}.xml"))
+        members = [member for path in [*xml.glob("namespace*.xml"), *xml.glob("*_8h.xml")]
+                   for member in ElementTree.parse(path).iter("memberdef")]
+        for member in members:
+            self.add_member(member)
+
+    def add(self, element, directive, name):
+        place = element.find("location")
+        entry = (int(place.get("line")), directive, name)
+        entries = self.found.setdefault(place.get("declfile") or place.get("file"), [])
+        if entry not in entries:
+            entries.append(entry)
+
+    def add_class(self, tree):
+        compound = tree.find("compounddef")
+        self.add(compound, f"doxygen{compound.get('kind')}", compound.findtext("compoundname"))
+
+    def add_member(self, member):
+        directive = self.DIRECTIVES.get(member.get("kind"))
+        if directive is not None:
+            name = member.findtext("qualifiedname") or member.findtext("name")
+            arguments = member.findtext("argsstring") if directive == "doxygenfunction" else ""
+            self.add(member, directive, name + arguments)
+
+    def of(self, name):
+        return sorted(self.found.get(name, []))
+
+
+def header_page(root, header, declarations):
+    """A page that goes through a header in its order, with its headings."""
+    name = header.relative_to(root).as_posix()
+    parts = [(line, f"## {heading}\n")
+             for line, text in enumerate(header.read_text(encoding="utf-8").splitlines(), start=1)
+             for heading in re.findall(r"^// -{4} (.+?) -*$", text)]
+    for line, directive, what in declarations.of(name):
+        options = "" if directive in ("doxygenfunction", "doxygenvariable", "doxygentypedef",
+                                      "doxygenenum") else ":members:\n"
+        parts.append((line, f"```{{{directive}}} {what}\n{options}```\n"))
+    if not declarations.of(name):
+        raise ValueError(f"{name}: doxygen finds no declarations")
+    short = name.removeprefix("src/")
+    return (f"# {short}\n\n{opening_comment(header)}\n\n```cpp\n#include <readkit/{short}>\n```\n\n"
+            + "\n".join(text for _, text in sorted(parts)))
 
 
 def type_of(schema):
@@ -125,37 +176,50 @@ PYTHON_PAGE = """# Classes and functions in Python
 """
 
 
-def make_pages(root, program, made):
-    """Writes the pages; gives the page of each file that has one, and the manual pages."""
-    pages = {}
+def read_headers(root, headers, folder):
+    """Has doxygen read headers into folder/xml."""
+    settings = (root / "docs/site/doxygen.conf").read_text(encoding="utf-8")
+    names = " ".join(header.relative_to(root).as_posix() for header in headers)
+    settings += f"INPUT = {names}\nOUTPUT_DIRECTORY = {folder}\n"
+    subprocess.run(["doxygen", "-"], input=settings, text=True, cwd=root, check=True)
+    return Declarations(folder / "xml")
 
-    def write(name, text, file=None):
+
+def make_pages(root, program, made):
+    """Writes the pages; gives the page of each file that has one, and those below each document."""
+    files, children = {}, {}
+
+    def write(name, text, document=None, file=None):
         path = made / f"{name}.md"
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(text, encoding="utf-8")
         if file is not None:
-            pages[file.relative_to(root).as_posix()] = f"made/{name}.md"
+            files[file.relative_to(root).as_posix()] = f"made/{name}.md"
+        if document is not None:
+            children.setdefault(document, []).append(f"made/{name}.md")
 
-    for header in linked(root / "docs/cpp.md", ".h"):
+    headers = linked(root / "docs/cpp.md", ".h")
+    declarations = read_headers(root, headers, made.parent.parent)
+    for header in headers:
         name = header.relative_to(root).with_suffix("").as_posix().removeprefix("src/")
-        write(f"cpp/{name.replace('/', '_')}", header_page(root, header), header)
+        write(f"cpp/{name.replace('/', '_')}", header_page(root, header, declarations), "docs/cpp",
+              header)
     for schema in linked(root / "docs/schemas/README.md", ".json"):
-        write(f"schemas/{schema.stem}", schema_page(root, schema), schema)
-    write("python", PYTHON_PAGE, root / "python/readkit/__init__.py")
+        write(f"schemas/{schema.stem}", schema_page(root, schema), "docs/schemas/README", schema)
+    write("python", PYTHON_PAGE, file=root / "python/readkit/__init__.py")
 
     manual = made / "manual"
     manual.mkdir(parents=True)
     subprocess.run([program, "manual", "--all", manual], check=True)
-    sources = sorted(manual.glob("*.1"))
-    for source in sources:
-        write(f"manual/{source.stem}", manual_page(source))
+    for source in sorted(manual.glob("*.1")):
+        write(f"manual/{source.stem}", manual_page(source), "docs/cli")
         source.unlink()
-    return {"files": pages, "manual": [f"made/manual/{source.stem}.md" for source in sources]}
+    return {"files": files, "children": children}
 
 
 def main():
     root, program, folder = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
-    folder.mkdir(parents=True)
+    folder.mkdir(parents=True)  # doxygen writes beside it
     for entry in root.iterdir():
         if entry.name != "build" and not entry.name.startswith("."):
             (folder / entry.name).symlink_to(entry)

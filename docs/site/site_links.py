@@ -3,7 +3,8 @@
 - A link to a file that has a page of its own in the site (pages.py) leads to that page, a link to a
   folder to its README.md. Other files of the repository are copied and can be downloaded.
 - The lists of links in docs/index.md, under its headings, are the contents of the site. Pages that
-  are made of code stand below the page that links to them, manual pages below docs/cli.md.
+  are made of code stand below the document that pages.py says; docs/cli.md gets a list of the manual
+  pages, to which it has no links.
 """
 
 import json
@@ -49,7 +50,6 @@ class Links:
         self.folder = os.path.dirname(docname)
         self.pages = pages
         self.documents = []  # to which it links, from the root, since the last heading
-        self.made = []       # pages that are made of code, to which it links
 
     def target(self, link):
         """Where a link leads in the site, from the root."""
@@ -66,8 +66,6 @@ class Links:
             target = self.target(link)
             if target.endswith(".md"):
                 self.documents.append(target)
-                if target.startswith("made/"):
-                    self.made.append(target)
             return f"]({os.path.relpath(target, self.folder)}{anchor})"
         return LINK.sub(replace, line)
 
@@ -104,13 +102,12 @@ def read_source(app, docname, source):
     if docname.startswith("made/"):
         return
     text = outside_of_fences(source[0], links.line)
+    children = pages["children"].get(docname, [])
     if docname == "docs/cli":
-        names = [(name, os.path.basename(name).removesuffix(".md")) for name in pages["manual"]]
-        listed = "".join(f"- [{title}]({os.path.relpath(name, 'docs')})\n" for name, title in names)
-        text += f"\n\n## Manual pages\n\n{listed}"
-        links.made += pages["manual"]
-    # The contents have the page of the Python package already.
-    source[0] = text + toctree([name for name in dict.fromkeys(links.made) if name != "made/python.md"])
+        text += "\n\n## Manual pages\n\n" + "".join(
+            f"- [{os.path.basename(name).removesuffix('.md')}]({os.path.relpath(name, 'docs')})\n"
+            for name in children)
+    source[0] = text + toctree(children)
 
 
 def mark_front_page(app, doctree):

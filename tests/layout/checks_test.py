@@ -8,6 +8,7 @@ import unittest
 from check_layers import check
 from check_namespaces import strangers
 from check_shared_state import unknown
+from draw_layers import picture, reduced, uses
 from list_missing_tests import missing_tests
 
 
@@ -124,6 +125,31 @@ class LayersTest(unittest.TestCase):
     def test_empty_tree(self):
         with Tree({}) as root:
             self.assertEqual(len(check(root)), 1)
+
+
+class PictureTest(unittest.TestCase):
+    FILES = {**HEADERS, "src/header/x.cc": '#include "core/bytes.h"\n',
+             "src/bam/x.cc": '#include "core/bytes.h"\n#include "header/bam_header.h"\n'
+                             '#include "sam/sam.h"\n',
+             "host/x.cc": '// #include "bam/bam.h"\n#include "gateway/tx_array.h"\n'}
+
+    def test_uses_are_those_of_the_includes_but_between_neighbours(self):
+        with Tree(self.FILES) as root:
+            graph = uses(root)
+        self.assertEqual(graph["bam"], {"core", "header"})
+        self.assertEqual(graph["host"], {"gateway/tx_*.h"})
+        self.assertEqual(graph["gateway"], set())
+
+    def test_what_others_imply_is_left_out(self):
+        with Tree(self.FILES) as root:
+            self.assertEqual(reduced(uses(root))["bam"], {"header"})
+
+    def test_a_new_use_changes_the_picture(self):
+        with Tree(self.FILES) as root:
+            before = picture(uses(root))
+            (root / "cli/x.cc").write_text('#include "host/array.h"\n')
+            after = picture(uses(root))
+        self.assertEqual(after.count("<path d") - before.count("<path d"), 1)
 
 
 class MissingTestsTest(unittest.TestCase):
