@@ -157,7 +157,7 @@ PYTHON_PAGE = """# Classes and functions in Python
 ```{eval-rst}
 .. automodule:: readkit
    :members:
-   :inherited-members: object, tuple, Mapping, dict
+   :inherited-members: object, tuple, Mapping, BaseException
    :exclude-members: errors, gateway, count, index
 
 ``readkit.gateway``

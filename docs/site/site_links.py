@@ -110,6 +110,17 @@ def read_source(app, docname, source):
     source[0] = text + toctree(children)
 
 
+def join_raises(_app, _what, _name, _object, _options, lines):
+    """Makes a sentence of what a docstring says under "Raises:", which is no list of classes."""
+    if "Raises:" not in lines:
+        return
+    begin = lines.index("Raises:")
+    end = begin + 1
+    while end < len(lines) and lines[end].startswith(" "):
+        end += 1
+    lines[begin:end] = ["**Raises** " + " ".join(line.strip() for line in lines[begin + 1:end]), ""]
+
+
 def mark_front_page(app, doctree):
     if app.env.docname == app.config.root_doc:
         doctree[0]["classes"].append("cards")  # for site.css
@@ -119,6 +130,8 @@ def setup(app):
     with open(os.path.join(app.srcdir, "made/pages.json"), encoding="utf-8") as file:
         app.add_config_value("site_pages", json.load(file), "env")
     app.connect("source-read", read_source)
+    # Before napoleon reads the docstrings, which has no priority of its own.
+    app.connect("autodoc-process-docstring", join_raises, priority=400)
     app.connect("doctree-read", mark_front_page)
     app.add_lexer("console", ConsoleLexer)
     return {"parallel_read_safe": True}
