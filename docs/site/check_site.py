@@ -54,7 +54,8 @@ def complaints(root):
                     urllib.parse.unquote(parts.fragment) not in pages[target].anchors):
                 yield f"{name}: {link} has no such anchor"
     for path in root.rglob("*.css"):
-        for link in re.findall(r"url\(['\"]?([^)'\"]+)|@import", path.read_text(encoding="utf-8")):
+        for link in re.findall(r"(?:url\(\s*|@import\s+)['\"]?([^)'\"\s]+)",
+                               path.read_text(encoding="utf-8")):
             if re.match(r"([a-z]+:)?//", link):
                 yield f"{path.relative_to(root)}: fetches {link}"
 

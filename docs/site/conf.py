@@ -15,7 +15,8 @@ version = release = os.environ["READKIT_VERSION"]
 language = "en"
 smartquotes = False  # quotes are those of messages and code
 
-extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc", "sphinx.ext.napoleon", "site_links"]
+extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc", "sphinx.ext.napoleon", "site_links",
+              "console_lexer"]
 default_role = "py:obj"  # of docstrings
 root_doc = "docs/index"
 include_patterns = ["*.md", "docs/**.md", "made/**.md", "tests/data/invalid/README.md"]

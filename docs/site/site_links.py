@@ -11,9 +11,6 @@ import json
 import os
 import re
 
-from pygments.lexer import RegexLexer
-from pygments.token import Generic, Text
-
 LINK = re.compile(r"\]\(([^)#\s]+)(#[^)]*)?\)")
 FENCE = re.compile(r"^ *(`{3,})")
 
@@ -85,14 +82,6 @@ def contents(text, links):
     return text + "".join(toctree(list(dict.fromkeys(found)), name) for name, found in trees)
 
 
-class ConsoleLexer(RegexLexer):
-    """Commands behind "$ ", which lines that are indented by four continue; all else is output."""
-
-    name = "console"
-    tokens = {"root": [(r"(?m)^\$ ", Generic.Prompt, "command"), (r".*\n", Generic.Output)],
-              "command": [(r".*\n(?! {4})", Text, "#pop"), (r".*\n", Text)]}
-
-
 def read_source(app, docname, source):
     pages = app.config.site_pages
     links = Links(app.srcdir, docname, pages["files"])
@@ -133,5 +122,4 @@ def setup(app):
     # Before napoleon reads the docstrings, which has no priority of its own.
     app.connect("autodoc-process-docstring", join_raises, priority=400)
     app.connect("doctree-read", mark_front_page)
-    app.add_lexer("console", ConsoleLexer)
     return {"parallel_read_safe": True}

@@ -4,9 +4,10 @@
     check_links.py ROOT
 
 - A link within the repository leads to a file or folder, and its anchor to a heading there.
-- docs/index.md links to every document of docs/: it is the list of contents of their site.
+- docs/index.md links to every document of docs/ and of the root: it is the contents of their site.
 - Files that documents name, with their folder, exist.
-- Names of code in docs/architecture.md stand in the sources.
+- Names of code in docs/architecture.md stand in the sources, and where it says "`name` (`file`)" or
+  "**`file`** `name`", in that file.
 
 Links to other places are not followed.
 """
@@ -23,6 +24,8 @@ FOLDERS = "bench|cli|cmake|docs|examples|fuzz|host|packaging|python|report|scrip
 LAYERS = "core|header|records|bam|sam|convert|check|gateway|quality"
 FILE = re.compile(rf"(?:{FOLDERS}|{LAYERS})/(?:[\w.-]+/)*[\w-]+\.(?:cc|h|py|md|sh|json|js|txt|sam|html)")
 NAME = re.compile(r"~?[A-Za-z_]\w*(?:::~?\w+)*")
+PLACE = re.compile(r"`([\w:]+)`\s+\(`([\w./]+\.(?:cc|h))`")
+STEP = re.compile(r"\*\*`([\w./]+)`\*\*\s+`([\w:]+)`")
 NOT_OURS = {"build", "node_modules", "__pycache__"}
 
 
@@ -78,7 +81,7 @@ def check_links(root):
 def check_contents(root):
     index = root / "docs/index.md"
     listed = {os.path.normpath(index.parent / link) for link in links(index)}
-    for path in documents(root / "docs"):
+    for path in [*sorted(root.glob("*.md")), *documents(root / "docs")]:
         if path != index and str(path) not in listed:
             yield f"docs/index.md: {path.relative_to(root)} is not in the contents"
 
@@ -97,9 +100,16 @@ def check_names(root):
         for path in (root / folder).rglob("*"):
             if path.suffix in (".h", ".cc", ".py", ".txt") and "node_modules" not in path.parts:
                 words |= set(re.findall(r"\w+", path.read_text(encoding="utf-8")))
-    for text in CODE.findall(prose(root / "docs/architecture.md")):
+    document = prose(root / "docs/architecture.md")
+    for text in CODE.findall(document):
         if NAME.fullmatch(text) and not set(re.findall(r"\w+", text)) <= words:
             yield f"docs/architecture.md: the sources have no {text}"
+    steps = [(name, file) for file, name in STEP.findall(document)]
+    for name, file in PLACE.findall(document) + steps:
+        path = root / file
+        text = path.read_text(encoding="utf-8") if path.exists() else ""
+        if re.search(rf"\b{name.rpartition(':')[2]}\b", text) is None:
+            yield f"docs/architecture.md: {name} does not stand in {file}"
 
 
 def main():

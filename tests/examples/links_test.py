@@ -43,12 +43,23 @@ class LinksTest(unittest.TestCase):
 
     def test_a_document_that_is_not_in_the_contents(self):
         self.assertEqual(self.complaints(check_contents),
-                         ["docs/index.md: docs/architecture.md is not in the contents"])
+                         [f"docs/index.md: {name} is not in the contents"
+                          for name in ("README.md", "docs/architecture.md")])
 
     def test_files_that_are_not_there(self):
         for name in ("src/core/none.h", "core/none.cc", "docs/none.md", "tests/x/none_test.cc"):
             found = self.complaints(check_files, files={"docs/page.md": f"# P\n`{name}`\n"})
             self.assertEqual(found, [f"docs/page.md: there is no {name}"])
+
+    def test_names_that_stand_elsewhere(self):
+        for text in ("`BAM::sort` (`src/core/page.h`)", "`sort`\n   (`src/core/other.h`, which)",
+                     "1. **`src/core/other.h`** `sort` does"):
+            found = self.complaints(check_names, files={"docs/architecture.md": text,
+                                                        "src/core/other.h": "int sorted;"})
+            self.assertEqual(len(found), 1, f"{text}: {found}")
+            self.assertIn("sort does not stand in src/core/", found[0])
+        self.assertEqual(self.complaints(check_names, files={
+            "docs/architecture.md": "**`src/core/file.h`** `BAM` (`src/core/file.h`)"}), [])
 
     def test_names_that_no_source_has(self):
         found = self.complaints(check_names,
