@@ -2,12 +2,15 @@
 # Everything of substance is in scripts/.
 
 .DEFAULT_GOAL := help
-.PHONY: help demo test build bench bench-check fuzz tsan coverage format lint clean
+.PHONY: help demo test build packages test-packages bench bench-check fuzz tsan coverage format lint \
+  clean
 
 help:
 	@echo 'make demo    install what is missing, build, and show what readkit does on real data'
 	@echo 'make test    install what is missing, build, and run every test and check'
 	@echo 'make build   build the library and the program into build/demo, without the tests'
+	@echo 'make packages   install what is missing, and make Debian packages in build/packages/deb'
+	@echo 'make test-packages   install those into an empty Debian and use them (root, minutes, a mirror)'
 	@echo 'make bench   install other tools, build, and measure readkit against them (ARGS: options)'
 	@echo 'make bench-check   count the instructions of hot paths and compare them with those of before'
 	@echo 'make fuzz    install what is missing, build, and fuzz every target (ARGS: seconds, names)'
@@ -28,6 +31,14 @@ test:
 build:
 	@scripts/install-dependencies build
 	@scripts/build
+
+packages:
+	@scripts/install-dependencies packages
+	@scripts/packages
+
+test-packages: packages
+	@scripts/install-dependencies test-packages
+	@scripts/test-packages
 
 bench:
 	@scripts/install-dependencies bench
