@@ -9,6 +9,7 @@ from check_layers import check
 from check_namespaces import strangers
 from check_shared_state import unknown
 from draw_layers import picture, reduced, uses
+from check_symbols import declared, difference, names
 from list_missing_tests import missing_tests
 
 
@@ -209,6 +210,34 @@ class SharedState(unittest.TestCase):
         for suffix in ("", ".lto_priv.0"):
             line = f"0000000000061c90 l     O .bss\t0000000000000001              {name}{suffix}\n"
             self.assertEqual(unknown(line), [])
+
+
+class Symbols(unittest.TestCase):
+    """Lines of `nm -DC`."""
+
+    def test_names_of_functions_and_none_of_types(self):
+        lines = ("0000000000012340 T readkit::bamInfo(int, txArray**, int, txArray const**)\n"
+                 "0000000000012350 T matrix::get_string[abi:cxx11](txArray const*)\n"
+                 "0000000000012360 W std::vector<int>::resize(unsigned long)\n"
+                 "0000000000012370 R typeinfo name for readkit::BAMRead\n"
+                 "0000000000012380 D typeinfo for std::mutex\n"
+                 "                 U txGetM\n"
+                 "                 w __gmon_start__\n")
+        self.assertEqual(names(lines),
+                         ["__gmon_start__", "matrix::get_string", "readkit::bamInfo",
+                          "std::vector<int>::resize", "txGetM", "typeinfo for std::mutex"])
+
+    def test_declared_operations(self):
+        header = ("READKIT_EXPORT std::size_t txGetM(const txArray* a);\n"
+                  "[[noreturn]] READKIT_EXPORT void gwErr(const char* id);\n"
+                  "READKIT_EXPORT Owned create_cell(const std::vector<std::size_t>& dims);\n"
+                  "READKIT_EXPORT std::optional<readkit::UString> getString(const txArray* a);\n"
+                  "inline txArray* to_tessel(Owned handle) { return handle.release(); }\n")
+        self.assertEqual(declared([header]), ["create_cell", "getString", "gwErr", "txGetM"])
+
+    def test_both_sides_of_a_difference(self):
+        self.assertEqual(difference("it", ["a", "b"], ["b", "c"]),
+                         ["it: a is not expected", "it: c is missing"])
 
 
 if __name__ == "__main__":
