@@ -47,7 +47,9 @@ def complaints(root):
             parts = urllib.parse.urlsplit(link)
             if parts.scheme or parts.netloc:
                 continue
-            target = (path.parent / urllib.parse.unquote(parts.path)).resolve() if parts.path else path
+            target = path
+            if parts.path:
+                target = (path.parent / urllib.parse.unquote(parts.path)).resolve()
             if not target.is_file():
                 yield f"{name}: {link} is not there"
             elif parts.fragment and target in pages and (

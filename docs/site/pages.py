@@ -6,8 +6,8 @@
 FOLDER becomes a picture of ROOT with links instead of files, and beside them `made/` with a page
 for each header that docs/cpp.md links to, each schema that docs/schemas/README.md does, each manual
 page of PROGRAM, and for the Python package; FOLDER/../xml is what doxygen says of the headers.
-`made/pages.json` tells which file of ROOT has which page, where site_links.py leads links to it, and
-which pages stand below which document.
+`made/pages.json` tells which file of ROOT has which page, where site_links.py leads links to it,
+and which pages stand below which document.
 """
 
 import json
@@ -114,7 +114,8 @@ def type_of(schema):
             return " or ".join(type_of(case) for case in schema[choice])
     types = schema.get("type", "any")
     text = " or ".join(types) if isinstance(types, list) else types
-    return f"{text} of {type_of(schema['items'])}" if isinstance(schema.get("items"), dict) else text
+    items = schema.get("items")
+    return f"{text} of {type_of(items)}" if isinstance(items, dict) else text
 
 
 def members(schema, prefix=""):

@@ -3,8 +3,8 @@
 - A link to a file that has a page of its own in the site (pages.py) leads to that page, a link to a
   folder to its README.md. Other files of the repository are copied and can be downloaded.
 - The lists of links in docs/index.md, under its headings, are the contents of the site. Pages that
-  are made of code stand below the document that pages.py says; docs/cli.md gets a list of the manual
-  pages, to which it has no links.
+  are made of code stand below the document that pages.py says; docs/cli.md gets a list of the
+  manual pages, to which it has no links.
 """
 
 import json

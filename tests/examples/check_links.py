@@ -22,7 +22,8 @@ CODE = re.compile(r"`([^`\n]+)`")
 # Folders whose files are named from the root, or, those of src/, from there.
 FOLDERS = "bench|cli|cmake|docs|examples|fuzz|host|packaging|python|report|scripts|src|tests"
 LAYERS = "core|header|records|bam|sam|convert|check|gateway|quality"
-FILE = re.compile(rf"(?:{FOLDERS}|{LAYERS})/(?:[\w.-]+/)*[\w-]+\.(?:cc|h|py|md|sh|json|js|txt|sam|html)")
+FILE = re.compile(rf"(?:{FOLDERS}|{LAYERS})/(?:[\w.-]+/)*[\w-]+"
+                  r"\.(?:cc|h|py|md|sh|json|js|txt|sam|html)")
 NAME = re.compile(r"~?[A-Za-z_]\w*(?:::~?\w+)*")
 PLACE = re.compile(r"`([\w:]+)`\s+\(`([\w./]+\.(?:cc|h))`")
 STEP = re.compile(r"\*\*`([\w./]+)`\*\*\s+`([\w:]+)`")
@@ -51,7 +52,8 @@ def anchors(path):
     for heading in re.findall(r"^#{1,6} (.+?)\s*$", prose(path), re.MULTILINE):
         text = re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", heading).lower()
         slug = re.sub(r"[^\w\- ]", "", text).replace(" ", "-")
-        count = sum(re.fullmatch(rf"{re.escape(slug)}(-\d+)?", other) is not None for other in found)
+        same = re.compile(rf"{re.escape(slug)}(-\d+)?")
+        count = sum(same.fullmatch(other) is not None for other in found)
         found.append(f"{slug}-{count}" if count else slug)
     return found
 

@@ -8,7 +8,8 @@ import unittest
 from check_links import check_contents, check_files, check_links, check_names
 
 SOUND = {
-    "README.md": "# The project\n[a](docs/index.md) [b](docs/page.md#a-heading-of-code) [c](docs)\n",
+    "README.md": "# The project\n"
+                 "[a](docs/index.md) [b](docs/page.md#a-heading-of-code) [c](docs)\n",
     "docs/index.md": "# Contents\n- [Page](page.md), [out](https://example.org/none#none)\n"
                      "```\n[no link](none.md)\n```\n`[none](none.md)`\n",
     "docs/page.md": "# Page\n## A heading of `code`\n## Twice\n## Twice\n"
@@ -35,9 +36,11 @@ class LinksTest(unittest.TestCase):
             self.assertEqual(self.complaints(check), [], check.__name__)
 
     def test_links_that_lead_nowhere(self):
-        for link in ("none.md", "docs/none.md#x", "#none", "docs/page.md#none", "docs/page.md#twice-2",
-                     "../elsewhere.md", "src/core/file.h#x", "docs/none.svg"):
-            found = self.complaints(check_links, files={"README.md": f"# R\ntext [x]({link}) text\n"})
+        for link in ("none.md", "docs/none.md#x", "#none", "docs/page.md#none",
+                     "docs/page.md#twice-2", "../elsewhere.md", "src/core/file.h#x",
+                     "docs/none.svg"):
+            found = self.complaints(check_links,
+                                    files={"README.md": f"# R\ntext [x]({link}) text\n"})
             self.assertEqual(len(found), 1, f"{link}: {found}")
             self.assertIn(f"README.md: {link} ", found[0])
 

@@ -32,13 +32,15 @@ class PagesTest(Folder):
         self.assertEqual(linked(document, ".h"), [self.root / "b.h", self.root / "a.h"])
 
     def test_code_in_the_opening_comment_of_a_header(self):
-        header = self.write("x.h", "// What it is.\n//\n//   Code code;\n//\n// More.\n#pragma once\n// not\n")
+        header = self.write("x.h", "// What it is.\n//\n//   Code code;\n//\n// More.\n"
+                                   "#pragma once\n// not\n")
         self.assertEqual(opening_comment(header),
                          "What it is.\n\n```cpp\nCode code;\n\n```\nMore.")
 
     def test_members_of_a_schema(self):
         schema = {"properties": {"a": {"const": 1}, "b": {"type": "array", "items": {
-            "type": "object", "properties": {"c": {"type": ["string", "null"], "description": "d"}}}}},
+            "type": "object",
+            "properties": {"c": {"type": ["string", "null"], "description": "d"}}}}},
                   "required": ["a"]}
         self.assertEqual(list(members(schema)),
                          [("a", "`1`", ""), ("b", "array of object, may be missing", ""),
@@ -51,8 +53,9 @@ class LinksTest(Folder):
 
     def test_a_file_with_a_page_and_a_folder(self):
         self.write("docs/schemas/README.md", "")
-        self.assertEqual(self.links().line("[x](../src/x.h#y) [s](schemas) [o](other.md#z) [e](a:b)"),
-                         "[x](../made/cpp/x.md#y) [s](schemas/README.md) [o](other.md#z) [e](a:b)")
+        self.assertEqual(
+            self.links().line("[x](../src/x.h#y) [s](schemas) [o](other.md#z) [e](a:b)"),
+            "[x](../made/cpp/x.md#y) [s](schemas/README.md) [o](other.md#z) [e](a:b)")
 
     def test_blocks_stay_as_they_are(self):
         text = "a\n```sh\na\n```\n````\n```\na\n````\na"

@@ -106,7 +106,8 @@ def picture(graph):
         f'height="{height}" font-family="sans-serif" font-size="14" text-anchor="middle">',
         "<title>Which part of readkit includes which</title>",
         '<defs><marker id="head" viewBox="0 0 8 8" refX="7" refY="4" markerWidth="8" '
-        'markerHeight="8" orient="auto"><path d="M0,0 L8,4 L0,8 z" fill="#52606d"/></marker></defs>',
+        'markerHeight="8" orient="auto"><path d="M0,0 L8,4 L0,8 z" fill="#52606d"/></marker>'
+        "</defs>",
         f'<rect width="{WIDTH}" height="{height}" rx="8" fill="#ffffff"/>',
     ]
     for x, label in ((LIBRARY_X, "the library: src/"), (HOST_X, "those who load it")):
