@@ -2,12 +2,16 @@
 # Everything of substance is in scripts/.
 
 .DEFAULT_GOAL := help
-.PHONY: help demo test build bench bench-check fuzz tsan coverage format lint clean
+.PHONY: help demo test build docs packages test-packages bench bench-check fuzz tsan coverage format \
+  lint clean
 
 help:
 	@echo 'make demo    install what is missing, build, and show what readkit does on real data'
 	@echo 'make test    install what is missing, build, and run every test and check'
 	@echo 'make build   build the library and the program into build/demo, without the tests'
+	@echo 'make docs    install what is missing, build, and make a site of the documents in build/site'
+	@echo 'make packages   install what is missing, and make Debian packages in build/packages/deb'
+	@echo 'make test-packages   install those into an empty Debian and use them (root, minutes, a mirror)'
 	@echo 'make bench   install other tools, build, and measure readkit against them (ARGS: options)'
 	@echo 'make bench-check   count the instructions of hot paths and compare them with those of before'
 	@echo 'make fuzz    install what is missing, build, and fuzz every target (ARGS: seconds, names)'
@@ -28,6 +32,18 @@ test:
 build:
 	@scripts/install-dependencies build
 	@scripts/build
+
+docs:
+	@scripts/install-dependencies docs
+	@scripts/docs
+
+packages:
+	@scripts/install-dependencies packages
+	@scripts/packages
+
+test-packages: packages
+	@scripts/install-dependencies test-packages
+	@scripts/test-packages
 
 bench:
 	@scripts/install-dependencies bench

@@ -5,6 +5,8 @@
 
 #include <sys/auxv.h>
 
+#include "host/loader.h"
+
 namespace readkit::cli {
 namespace {
 
@@ -26,13 +28,7 @@ fs::path program_folder() {
 }  // namespace
 
 std::string library_path(const std::string& choice) {
-  if (choice != "fast" && choice != "exact") return choice;
-  const char* const name = choice == "fast" ? "libreadkit-fast.so" : "libreadkit.so";
-  const fs::path folder = program_folder();
-  const fs::path in_lib = folder.parent_path() / "lib" / name;
-  const fs::path beside = folder / name;
-  std::error_code error;
-  return !fs::exists(in_lib, error) && fs::exists(beside, error) ? beside : in_lib;
+  return choice == "fast" || choice == "exact" ? host::flavour_path(choice) : choice;
 }
 
 std::string shared_file_path(const std::string& name) {

@@ -5,8 +5,8 @@
 
 namespace readkit::cli {
 
-/// The path of the library that `choice` asks for: "fast" and "exact" are the two flavours, found
-/// in the folder lib beside the program's own, or in the program's own; anything else is a path.
+/// The path of the library that `choice` asks for: "fast" and "exact" are the two flavours, which
+/// are where the host is; anything else is a path.
 std::string library_path(const std::string& choice);
 
 /// The path of a file in the folder share/readkit beside the program's own.

@@ -8,9 +8,9 @@ namespace readkit::cli {
 inline constexpr char kProgramSummary[] =
     "Utilities for genomic sequence-alignment files (BAM, SAM, BAI, FASTQ)";
 
-/// For example "0.1.0".
+/// For example "1.0.0".
 std::string version();
-/// "readkit 0.1.0" and a line for each library, without a newline at the end.
+/// "readkit 1.0.0" and a line for each library, without a newline at the end.
 std::string version_text();
 
 }  // namespace readkit::cli

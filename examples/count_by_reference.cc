@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "host/array.h"
-#include "host/call.h"
-#include "host/loader.h"
+#include <readkit/host/array.h>
+#include <readkit/host/call.h>
+#include <readkit/host/loader.h>
 
 namespace {
 

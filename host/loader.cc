@@ -26,13 +26,20 @@ std::string last_loader_error() {
   return text == nullptr ? "unknown reason" : text;
 }
 
+// The file that this host was loaded from; null when the linker does not know.
+const char* host_file() {
+  Dl_info info{};
+  return dladdr(reinterpret_cast<const void*>(&txGetClassID), &info) == 0 ? nullptr
+                                                                          : info.dli_fname;
+}
+
 // Libraries expect the host's operations among the global symbols. When this host came into the
 // process as a private part of something else, such as an extension module of a scripting
 // language, its symbols are not; loading its object again with RTLD_GLOBAL makes them so.
 void make_host_symbols_global() {
-  Dl_info info{};
-  if (dladdr(reinterpret_cast<const void*>(&txGetClassID), &info) == 0) return;
-  const Handle host(dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL));
+  const char* const file = host_file();
+  if (file == nullptr) return;
+  const Handle host(dlopen(file, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL));
 }
 
 // A name without a slash would be searched for in the system's folders.
@@ -141,6 +148,20 @@ bool Library::has(std::string_view name) const {
   } catch (const HostError&) {
     return false;
   }
+}
+
+std::string flavour_path(std::string_view flavour) {
+  if (flavour != "exact" && flavour != "fast") {
+    throw HostError(id::kLibraryNotFound, {std::string(flavour)});
+  }
+  // The name with the version, which is there where nobody develops, too.
+  const char* const name = flavour == "exact" ? "libreadkit.so." READKIT_SOVERSION
+                                              : "libreadkit-fast.so." READKIT_SOVERSION;
+  const char* const host = host_file();
+  const std::filesystem::path file(host == nullptr ? "" : host);
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::canonical(file, error).parent_path();
+  return ((error ? file.parent_path() : folder) / name).string();
 }
 
 }  // namespace readkit::host

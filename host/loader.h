@@ -60,4 +60,8 @@ class READKIT_EXPORT Library {
   std::shared_ptr<const LoadedLibrary> library_;
 };
 
+/// The file of the flavour "exact" or "fast" of the library that came with this host, in the same
+/// folder as the host itself. Raises HostError (id::kLibraryNotFound) for any other flavour.
+READKIT_EXPORT std::string flavour_path(std::string_view flavour);
+
 }  // namespace readkit::host

@@ -1,11 +1,8 @@
 #include "python/calls.h"
 
 #include <chrono>
-#include <filesystem>
 #include <utility>
 #include <vector>
-
-#include <dlfcn.h>
 
 #include "host/array.h"
 #include "host/monitor.h"
@@ -79,12 +76,6 @@ py::tuple call(const host::Library& library, const std::string& name, const py::
   py::tuple objects(outputs.size());
   for (std::size_t i = 0; i < outputs.size(); ++i) objects[i] = outputs[i].to_object();
   return objects;
-}
-
-std::string library_folder() {
-  Dl_info info{};
-  if (dladdr(reinterpret_cast<const void*>(&txGetClassID), &info) == 0) return ".";
-  return std::filesystem::path(info.dli_fname).parent_path().string();
 }
 
 }  // namespace readkit::python

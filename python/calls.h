@@ -17,7 +17,4 @@ namespace readkit::python {
 pybind11::tuple call(const host::Library& library, const std::string& name,
                      const pybind11::tuple& arguments, int nargout, pybind11::object progress);
 
-/// The folder of the host, in which the libraries are, too.
-std::string library_folder();
-
 }  // namespace readkit::python

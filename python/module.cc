@@ -30,8 +30,9 @@ PYBIND11_MODULE(_readkit, module) {
       .def("call", &readkit::python::call, py::arg("name"), py::arg("arguments"),
            py::arg("nargout") = 1, py::arg("progress") = py::none(),
            "The outputs as a tuple, one at least.");
-  module.def("library_folder", &readkit::python::library_folder,
-             "The folder in which the libraries are.");
+  module.attr("__version__") = READKIT_VERSION;
+  module.def("flavour_path", &readkit::host::flavour_path, py::arg("flavour"),
+             "The library that came with the package: 'exact' or 'fast'.");
   module.def("arrow_of_table", &readkit::python::arrow_of_table, py::arg("names"),
              py::arg("columns"), py::arg("rows"),
              "Columns as one struct array of Arrow: the capsules (schema, array).");

@@ -5,14 +5,20 @@
 needs the packages of scripts/install-dependencies, and python3-skbuild.
 """
 
+import pathlib
+import re
 import sys
 
 from skbuild import setup
 
+CMAKE_FILE = pathlib.Path(__file__).resolve().parent.parent / "CMakeLists.txt"
+VERSION = re.search(r"project\(readkit VERSION ([\d.]+)", CMAKE_FILE.read_text()).group(1)
+
 setup(
     name="readkit",
-    version="0.1.0",
+    version=VERSION,
     description="Alignment files (SAM, BAM, FASTQ) as arrays",
+    license="MIT",
     packages=["readkit"],
     package_data={"readkit": ["py.typed", "*.pyi"]},
     include_package_data=False,
@@ -24,6 +30,7 @@ setup(
         "-DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON",
         "-DREADKIT_BUILD_TESTS=OFF",
         "-DREADKIT_BUILD_PYTHON=ON",
+        "-DREADKIT_WHEEL=ON",
         f"-DREADKIT_PYTHON={sys.executable}",
     ],
     cmake_install_target="install",

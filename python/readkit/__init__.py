@@ -15,7 +15,7 @@ has the functions underneath, with rules of their own. Errors are `readkit.Error
 """
 
 from readkit import errors, gateway
-from readkit._readkit import TextColumn
+from readkit._readkit import TextColumn, __version__
 from readkit.bam_file import BamFile, Counts, Starts
 from readkit.checks import Check, check
 from readkit.errors import Error
@@ -27,4 +27,4 @@ from readkit.sam_file import SamFile
 from readkit.tables import Table
 
 __all__ = ["BamFile", "Check", "Counts", "Error", "Quality", "Reference", "SamFile", "Starts", "Table",
-           "TextColumn", "check", "errors", "gateway", "open", "quality", "use_library"]
+           "TextColumn", "__version__", "check", "errors", "gateway", "open", "quality", "use_library"]

@@ -7,7 +7,7 @@ import threading
 
 from readkit import _readkit
 
-_FLAVOURS = {"fast": "libreadkit-fast.so", "exact": "libreadkit.so"}
+_FLAVOURS = ("fast", "exact")
 _lock = threading.Lock()
 _library: _readkit.Library | None = None
 
@@ -24,7 +24,7 @@ def use_library(name: str | os.PathLike[str]) -> None:
     """
     global _library
     text = os.fspath(name)
-    path = os.path.join(_readkit.library_folder(), _FLAVOURS[text]) if text in _FLAVOURS else text
+    path = _readkit.flavour_path(text) if text in _FLAVOURS else text
     library = _readkit.Library(path)
     with _lock:
         _library = library

@@ -25,6 +25,15 @@ def test_the_examples_of_the_page_are_right(in_folder):
     assert tried > 20 and failed == 0
 
 
+def test_the_examples_of_the_how_to_pages_are_right(in_folder):
+    pages = [page for page in sorted((ROOT / "docs/howto").glob("*.md"))
+             if "\n>>> " in page.read_text(encoding="utf-8")]
+    assert len(pages) >= 2
+    for page in pages:
+        failed, tried = doctest.testfile(str(page), module_relative=False)
+        assert tried > 0 and failed == 0, page
+
+
 def test_the_examples_of_the_modules_are_right(in_folder):
     failed, tried = doctest.testmod(readkit)
     assert tried > 3 and failed == 0

@@ -7,8 +7,11 @@
   message catalog as it stands.
 - docs/gateway.md describes every registered function, or lists it as not built yet.
 - docs/check.md lists the identifiers of src/check/findings.cc in their order.
+- The changelogs begin with the version of CMakeLists.txt, which is the only place for it.
 - Tests that documents name exist.
-- Links between files lead to files.
+- What the README says to be in a source is in it.
+
+Where they lead is for check_links.py.
 """
 
 import pathlib
@@ -78,6 +81,19 @@ def check_findings(root):
         yield f"docs/check.md: the identifiers or their order differ: {listed}"
 
 
+def check_version(root):
+    version, = re.findall(r"^project\(readkit VERSION (\S+)",
+                          (root / "CMakeLists.txt").read_text(encoding="utf-8"), re.MULTILINE)
+    for name, entry in (("CHANGELOG.md", r"^## (\S+)"),
+                        ("packaging/debian/changelog", r"^readkit \((\S+)-\d+\)")):
+        first = re.search(entry, (root / name).read_text(encoding="utf-8"), re.MULTILINE)
+        if not first or first.group(1) != version:
+            yield f"{name}: does not begin with version {version}"
+    for name in ("python/setup.py", "python/pyproject.toml", "report/package.json"):
+        if re.search(r"\bversion\W{1,4}\d", (root / name).read_text(encoding="utf-8")):
+            yield f"{name}: has a version of its own"
+
+
 def documents(root):
     return [*root.glob("*.md"), *root.glob("docs/**/*.md")]
 
@@ -94,19 +110,21 @@ def check_test_names(root):
                 yield f"{path.relative_to(root)}: there is no test {name}"
 
 
-def check_links(root):
-    for path in documents(root):
-        text = re.sub(r"^```.*?^```", "", path.read_text(encoding="utf-8"),
-                      flags=re.MULTILINE | re.DOTALL)
-        for link in re.findall(r"\]\(([^)#\s]+)(?:#[^)]*)?\)", text):
-            if "://" not in link and not (path.parent / link).exists():
-                yield f"{path.relative_to(root)}: {link} does not exist"
+def check_places(root):
+    text = (root / "README.md").read_text(encoding="utf-8")
+    places = re.findall(r"`([\w:]+)` in \[[^\]]+\]\(([^)]+)\)", text)
+    if len(places) < 4:
+        yield f"README.md could not be understood: {places}"
+    for name, source in places:
+        code = (root / source).read_text(encoding="utf-8")
+        if not re.search(rf"\b{name}\b", code):
+            yield f"README.md: {name} is not in {source}"
 
 
 def main():
     root = pathlib.Path(sys.argv[1]).resolve()
-    wrong = [complaint for check in (check_errors, check_gateways, check_findings, check_test_names,
-                           check_links)
+    wrong = [complaint for check in (check_errors, check_gateways, check_findings, check_version,
+                                           check_test_names, check_places)
              for complaint in check(root)]
     print("\n".join(wrong))
     return 1 if wrong else 0

@@ -53,6 +53,12 @@ TEST_F(Loader, ListsTheFunctionsInTheOrderOfRegistration) {
   EXPECT_EQ(library.path(), fake_library_path());
 }
 
+TEST_F(Loader, FindsTheLibraryThatCameWithTheHost) {
+  EXPECT_TRUE(std::filesystem::equivalent(flavour_path(flavour_name()), library_path()));
+  EXPECT_NE(flavour_path("exact"), flavour_path("fast"));
+  EXPECT_THROW(flavour_path("faster"), HostError);
+}
+
 TEST_F(Loader, FindsFunctionsByDottedAndByBareName) {
   const Library library(fake_library_path());
   const Function dotted = library.function("seqlab.internal.readkit.echo");

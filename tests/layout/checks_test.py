@@ -8,6 +8,8 @@ import unittest
 from check_layers import check
 from check_namespaces import strangers
 from check_shared_state import unknown
+from draw_layers import picture, reduced, uses
+from check_symbols import declared, difference, names
 from list_missing_tests import missing_tests
 
 
@@ -126,6 +128,31 @@ class LayersTest(unittest.TestCase):
             self.assertEqual(len(check(root)), 1)
 
 
+class PictureTest(unittest.TestCase):
+    FILES = {**HEADERS, "src/header/x.cc": '#include "core/bytes.h"\n',
+             "src/bam/x.cc": '#include "core/bytes.h"\n#include "header/bam_header.h"\n'
+                             '#include "sam/sam.h"\n',
+             "host/x.cc": '// #include "bam/bam.h"\n#include "gateway/tx_array.h"\n'}
+
+    def test_uses_are_those_of_the_includes_but_between_neighbours(self):
+        with Tree(self.FILES) as root:
+            graph = uses(root)
+        self.assertEqual(graph["bam"], {"core", "header"})
+        self.assertEqual(graph["host"], {"gateway/tx_*.h"})
+        self.assertEqual(graph["gateway"], set())
+
+    def test_what_others_imply_is_left_out(self):
+        with Tree(self.FILES) as root:
+            self.assertEqual(reduced(uses(root))["bam"], {"header"})
+
+    def test_a_new_use_changes_the_picture(self):
+        with Tree(self.FILES) as root:
+            before = picture(uses(root))
+            (root / "cli/x.cc").write_text('#include "host/array.h"\n')
+            after = picture(uses(root))
+        self.assertEqual(after.count("<path d") - before.count("<path d"), 1)
+
+
 class MissingTestsTest(unittest.TestCase):
     def test_names_what_lacks_a_test(self):
         with Tree({"src/core/bgzf.cc": "", "src/core/file.cc": "", "host/call.cc": "",
@@ -183,6 +210,34 @@ class SharedState(unittest.TestCase):
         for suffix in ("", ".lto_priv.0"):
             line = f"0000000000061c90 l     O .bss\t0000000000000001              {name}{suffix}\n"
             self.assertEqual(unknown(line), [])
+
+
+class Symbols(unittest.TestCase):
+    """Lines of `nm -DC`."""
+
+    def test_names_of_functions_and_none_of_types(self):
+        lines = ("0000000000012340 T readkit::bamInfo(int, txArray**, int, txArray const**)\n"
+                 "0000000000012350 T matrix::get_string[abi:cxx11](txArray const*)\n"
+                 "0000000000012360 W std::vector<int>::resize(unsigned long)\n"
+                 "0000000000012370 R typeinfo name for readkit::BAMRead\n"
+                 "0000000000012380 D typeinfo for std::mutex\n"
+                 "                 U txGetM\n"
+                 "                 w __gmon_start__\n")
+        self.assertEqual(names(lines),
+                         ["__gmon_start__", "matrix::get_string", "readkit::bamInfo",
+                          "std::vector<int>::resize", "txGetM", "typeinfo for std::mutex"])
+
+    def test_declared_operations(self):
+        header = ("READKIT_EXPORT std::size_t txGetM(const txArray* a);\n"
+                  "[[noreturn]] READKIT_EXPORT void gwErr(const char* id);\n"
+                  "READKIT_EXPORT Owned create_cell(const std::vector<std::size_t>& dims);\n"
+                  "READKIT_EXPORT std::optional<readkit::UString> getString(const txArray* a);\n"
+                  "inline txArray* to_tessel(Owned handle) { return handle.release(); }\n")
+        self.assertEqual(declared([header]), ["create_cell", "getString", "gwErr", "txGetM"])
+
+    def test_both_sides_of_a_difference(self):
+        self.assertEqual(difference("it", ["a", "b"], ["b", "c"]),
+                         ["it: a is not expected", "it: c is missing"])
 
 
 if __name__ == "__main__":

@@ -1,0 +1,2 @@
+# Comments have no commands of doxygen's: what looks like one is text.
+/\/\/\//s/[@\\]/\\&/g
