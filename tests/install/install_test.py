@@ -45,7 +45,7 @@ def block_of_page(kind, word):
 class InstallTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        folder = tempfile.TemporaryDirectory(prefix="readkit install ")
+        folder = tempfile.TemporaryDirectory(prefix="readkit-install-")
         cls.addClassCleanup(folder.cleanup)
         cls.folder = pathlib.Path(folder.name)
         cls.prefix = OPTIONS.prefix
@@ -67,13 +67,6 @@ class InstallTest(unittest.TestCase):
 
     def pkg_config(self, *words):
         return output_of("pkg-config", *words, env=self.environment).split()
-
-    def compiled(self, example, *packages):
-        """Another example, compiled with what pkg-config says."""
-        program = self.folder / f"{example}.{'.'.join(packages)}"
-        output_of(OPTIONS.compiler, "-std=c++20", "-rdynamic", EXAMPLES / f"{example}.cc",
-                  "-o", program, *self.pkg_config("--cflags", "--libs", *packages))
-        return program
 
     def check_count_by_reference(self, program, library):
         self.assertEqual(output_of(program, library, self.bam, env=self.environment).split(), COUNTS)
@@ -99,8 +92,8 @@ class InstallTest(unittest.TestCase):
         output_of("cmake", "-S", project, "-B", build, f"-DCMAKE_CXX_COMPILER={OPTIONS.compiler}",
                   *([f"-DCMAKE_PREFIX_PATH={self.prefix}"] if OPTIONS.build else []))
         output_of("cmake", "--build", build)
-        found, exact, fast = (build / "found.txt").read_text().splitlines()
-        self.assertEqual(found.split(" "), [self.version(), "0", "0"])
+        version, exact, fast = (build / "found.txt").read_text().splitlines()
+        self.assertEqual(version, self.version())
         for library in (exact, fast):
             self.check_count_by_reference(build / "count_by_reference", library)
             self.check_small_host(build / "small_host", library)
@@ -115,8 +108,10 @@ class InstallTest(unittest.TestCase):
         output_of("sh", "-euc", block_of_page("sh", "pkg-config"), cwd=self.folder,
                   env=self.environment)
         self.check_count_by_reference(self.folder / "a.out", fast)
-        self.check_small_host(self.compiled("small_host", "readkit"), exact)
-        self.check_mapped_reads(self.compiled("mapped_reads", "readkit-core"))
+        self.assertTrue(pathlib.Path(exact).samefile(self.libraries / "libreadkit.so"))
+        output_of(OPTIONS.compiler, "-std=c++20", EXAMPLES / "mapped_reads.cc", "-o", "mapped_reads",
+                  *self.pkg_config("--cflags", "--libs", "readkit-core"), cwd=self.folder)
+        self.check_mapped_reads(self.folder / "mapped_reads")
 
     def version(self):
         return re.match(r"readkit (\S+)", output_of(self.program, "--version")).group(1)
@@ -174,7 +169,7 @@ class InstallTest(unittest.TestCase):
             text = (include / header).read_text()
             for name in re.findall(r'#include "([^"]+)"', text):
                 self.assertIn(pathlib.Path(name), headers, header)
-        units = [headers, headers[::-1]]
+        units = [headers]
         if OPTIONS.each_header:
             units += [[header, header] for header in headers]
         for unit in units:
