@@ -13,7 +13,7 @@ setup(
     name="readkit",
     version="0.1.0",
     description="Alignment files (SAM, BAM, FASTQ) as arrays",
-    packages=["readkit"],
+    packages=["readkit", "readkit.cluster"],
     package_data={"readkit": ["py.typed", "*.pyi"]},
     include_package_data=False,
     python_requires=">=3.9",
