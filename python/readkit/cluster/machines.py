@@ -61,10 +61,12 @@ class Cluster:
             self.client: Any = where
             return
         if where is None:
-            # The library finds out itself how much memory there is.
+            # The library finds out itself how much memory there is. Any port does: there is no
+            # dashboard, whose modules take seconds to load.
             where = module.LocalCluster(
                 n_workers=workers or len(os.sched_getaffinity(0)), threads_per_worker=1,
-                memory_limit=None, dashboard_address=None, silence_logs=logging.ERROR)
+                memory_limit=None, dashboard_address="127.0.0.1:0",
+                scheduler_kwargs={"dashboard": False}, silence_logs=logging.ERROR)
             self._own.append(where)
         self.client = module.Client(where, set_as_default=False)
         self._own.append(self.client)

@@ -91,28 +91,52 @@ def run(client: Any, what: str, jobs: Sequence[Job], take: Callable[[int, Any], 
         progress: told the number of jobs that are done, and of all.
     """
     name = uuid.uuid4().hex
-    tasks = [_Task(name, number, libraries.chosen(), job) for number, job in enumerate(jobs)]
+    tasks = {number: _Task(name, number, libraries.chosen(), job) for number, job in enumerate(jobs)}
+    done = 0
     with counting(what, len(jobs), progress) as tell:
-        futures = client.map(_do, tasks, key=f"readkit-{what}", pure=False)
-        numbers = {future.key: number for number, future in enumerate(futures)}
-        is_done = False
-        try:
-            done = 0
-            # Not `with_results`: it waits forever for one that cannot be unpickled.
-            for batch in distributed().as_completed(futures, loop=client.loop).batches():
-                whole = [future for future in batch if future.status == "finished"]
-                results = dict(zip(whole, client.gather(whole)))
-                for future in batch:
-                    number = numbers[future.key]
-                    take(number, results.pop(future) if future in results else
-                         Failure(_lost(client, tasks[number], future)))
-                    future.release()
-                    done += 1
-                    tell(done)
-            is_done = True
-        finally:
-            if not is_done:
-                _end(client, name, futures)
+
+        def taken(number: int, result: Any) -> None:
+            nonlocal done
+            take(number, result)
+            done += 1
+            tell(done)
+
+        # Dask suspects all that a dead worker was to do. Alone, only what kills is guilty.
+        for number in _round(client, what, tasks, taken):
+            _round(client, what, {number: tasks[number]}, taken)
+
+
+def _round(client: Any, what: str, tasks: dict[int, _Task],
+           take: Callable[[int, Any], object]) -> list[int]:
+    """Does tasks together; gives those of several whose workers died too often."""
+    futures = client.map(_do, list(tasks.values()), key=f"readkit-{what}", pure=False)
+    numbers = {future.key: number for future, number in zip(futures, tasks)}
+    suspects: list[int] = []
+    is_done = False
+    try:
+        # Not `with_results`: it waits forever for one that cannot be unpickled.
+        for batch in distributed().as_completed(futures, loop=client.loop).batches():
+            whole = [future for future in batch if future.status == "finished"]
+            results = dict(zip(whole, client.gather(whole)))
+            for future in batch:
+                number = numbers[future.key]
+                if future in results:
+                    take(number, results.pop(future))
+                elif _killed(future) and len(tasks) > 1:
+                    suspects.append(number)
+                else:
+                    take(number, Failure(_lost(client, tasks[number], future)))
+                future.release()
+        is_done = True
+    finally:
+        if not is_done:
+            _end(client, next(iter(tasks.values())).run, futures)
+    return suspects
+
+
+def _killed(future: Any) -> bool:
+    killed = importlib.import_module("distributed.scheduler").KilledWorker
+    return future.status == "error" and isinstance(future.exception(), killed)
 
 
 def _lost(client: Any, task: _Task, future: Any) -> BaseException:
@@ -121,7 +145,7 @@ def _lost(client: Any, task: _Task, future: Any) -> BaseException:
         # The cluster is gone, or somebody cancelled it: raises CancelledError.
         future.result()
     error: BaseException = future.exception()
-    if not isinstance(error, importlib.import_module("distributed.scheduler").KilledWorker):
+    if not _killed(future):
         return error
     if task.job.target is not None:
         client.submit(outputs.remove_attempts, task.job.target, task.name, pure=False).result()
