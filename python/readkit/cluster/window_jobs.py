@@ -155,7 +155,8 @@ def part_of_counts(path: str, *, state: State, plan: Plan, span: Span, filters: 
             had_nh = bool(counts.tallies["multi_mapped"]) or counts.table.rows > 0
         except errors.AllNHTagsMissing:
             # Other windows may have the field; no record of this one can be dropped by it.
-            counts = bam.count(**{**filters, "multi_mapped": "keep"}, progress=stop)
+            all_kept: dict[str, Any] = {**filters, "multi_mapped": "keep"}
+            counts = bam.count(**all_kept, progress=stop)
             counts = Counts(counts.table, counts.tallies, True)
             had_nh = False
     _require(path, state)

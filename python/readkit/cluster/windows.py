@@ -68,7 +68,8 @@ def places_in(sections: Sequence[indexes.Section]) -> np.ndarray[Any, Any]:
     """The virtual offsets of records that sections of an index have, ascending."""
     lists = [section.windows for section in sections]
     lists.append(np.array([section.begin for section in sections], np.uint64))
-    return np.unique(np.concatenate(lists))
+    places: np.ndarray[Any, Any] = np.unique(np.concatenate(lists))
+    return places
 
 
 # ---- The records of one reference within a span
