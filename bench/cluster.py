@@ -3,9 +3,8 @@
 
 usage: PYTHONPATH=build/release/python bench/cluster.py [--files N...] [--records N] [--out DIR]
 
-Writes cluster.json and cluster.md. README.md tells more. What it prints is a model: the seconds of a
-call are those of the caller and scheduler for each file, or those of the work divided by the workers,
-whichever is more.
+Writes cluster.json and cluster.md. README.md tells more. What it prints is a model: a call takes what
+the caller and scheduler need for each file, or the work divided by the workers, whichever is more.
 """
 
 import argparse
@@ -92,6 +91,12 @@ def spent():
     return time.process_time()
 
 
+def forget_peak():
+    """Has `peak` begin anew."""
+    with open("/proc/self/clear_refs", "w", encoding="ascii") as file:
+        file.write("5")
+
+
 def peak():
     """The most memory that this process has had, in bytes."""
     with open("/proc/self/status", encoding="ascii") as lines:
@@ -165,11 +170,10 @@ def measure_bytes(machines, options, bam, folder):
     ]
     rows = []
     for name, files, call, one in cases:
-        machines.client.restart()
+        machines.client.run(forget_peak)
         before = max(machines.client.run(peak).values())
-        call()
-        most = max(machines.client.run(peak).values())
         wall, own, work = medians(options.rounds, lambda: measure(machines, call))
+        most = max(machines.client.run(peak).values())
         single = medians(options.rounds, lambda: [seconds(one)])[0]
         megabytes = files * size / MB
         rows.append({"work": name, "megabytes": megabytes, "seconds": wall, "caller": own,

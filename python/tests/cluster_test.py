@@ -123,6 +123,7 @@ def test_many_files_give_what_one_machine_gives(machines, some_files, tmp_path):
         assert_equal(total, readkit.quality(some_files, **settings))
         assert_equal(total.mean, readkit.quality(some_files, **settings).mean)
     assert machines.quality(some_files).reads > 1000
+    assert_equal(machines.quality([fastq, fastq]), readkit.quality([fastq, fastq]))
 
     ordered = machines.sort(bams + [sam])
     assert ordered == {path: path.replace(".bam", ".sorted.bam").replace(".sam", ".sorted.sam")

@@ -36,7 +36,7 @@ class Cluster:
       the file.
     - ``progress``: as everywhere, but told the number of files that are done, and of all.
     - A worker that dies is replaced: what it was doing is done again. WorkersDied says that this
-      did not help, by default after four times.
+      did not help, by default after four workers that had nothing else to do.
     - Outputs appear when they are complete. A call that is interrupted ends on all workers.
 
     Raises:
@@ -154,8 +154,8 @@ class Cluster:
             # Sums of integers: the order does not matter.
             total = found if total is None else total + found
 
-        self._run("quality", jobs.quality, _only(files), {"settings": settings}, failed, progress,
-                  add, writes=False)
+        self._run("quality", jobs.quality, _pairs(_only(files)), {"settings": settings}, failed,
+                  progress, add, writes=False)
         if total is None:
             raise ValueError("no source of qualities")
         return total
@@ -163,30 +163,31 @@ class Cluster:
     def _each(self, what: str, function: Callable[..., Any], files: Files,
               arguments: dict[str, Any], failed: Failed | None, progress: Progress,
               writes: bool = True) -> dict[str, Any]:
+        pairs = _pairs(files)
+        if _is_any_twice([os.path.abspath(name) for name, _ in pairs]):
+            raise ValueError("a file is there twice")
+        if writes and _is_any_twice([other for _, other in pairs if other is not None]):
+            raise ValueError("an output is there twice")
         results: dict[str, Any] = {}
-        names = self._run(what, function, files, arguments, failed, progress, results.__setitem__,
-                          writes)
-        return {name: results[name] for name in names if name in results}
+        self._run(what, function, pairs, arguments, failed, progress, results.__setitem__, writes)
+        return {name: results[name] for name, _ in pairs if name in results}
 
-    def _run(self, what: str, function: Callable[..., Any], files: Files,
+    def _run(self, what: str, function: Callable[..., Any], pairs: list[tuple[str, str | None]],
              arguments: dict[str, Any], failed: Failed | None, progress: Progress,
-             take: Callable[[str, Any], object], writes: bool = True) -> list[str]:
-        pairs = _pairs(files, writes)
-        names = [name for name, _ in pairs]
-
+             take: Callable[[str, Any], object], writes: bool) -> None:
         def done(number: int, result: Any) -> None:
+            name = pairs[number][0]
             if not isinstance(result, Failure):
-                take(names[number], result)
+                take(name, result)
             elif failed is None:
                 raise result.error
             else:
-                failed[names[number]] = result.error
+                failed[name] = result.error
 
         run(self.client, what,
             [Job(function, os.path.abspath(name), {"other": other, **arguments},
                  (other or os.path.abspath(name)) if writes else None)
              for name, other in pairs], done, progress)
-        return names
 
     # ---- One large file
 
@@ -217,18 +218,14 @@ def _only(files: Any) -> Any:
     return files
 
 
-def _pairs(files: Files, writes: bool) -> list[tuple[str, str | None]]:
+def _pairs(files: Files) -> list[tuple[str, str | None]]:
     """Names of files, and absolute names of what belongs to them."""
     if isinstance(files, (str, bytes, os.PathLike)):
         raise TypeError("a list of files is needed, also of one")
-    pairs: list[tuple[str, str | None]]
     if isinstance(files, Mapping):
-        pairs = [(os.fspath(name), os.path.abspath(other)) for name, other in files.items()]
-    else:
-        pairs = [(os.fspath(name), None) for name in files]
-    if len({os.path.abspath(name) for name, _ in pairs}) < len(pairs):
-        raise ValueError("a file is there twice")
-    others = [other for _, other in pairs if other is not None]
-    if writes and len(set(others)) < len(others):
-        raise ValueError("an output is there twice")
-    return pairs
+        return [(os.fspath(name), os.path.abspath(other)) for name, other in files.items()]
+    return [(os.fspath(name), None) for name in files]
+
+
+def _is_any_twice(names: list[str]) -> bool:
+    return len(set(names)) < len(names)

@@ -143,12 +143,12 @@ def part_of_reference(path: str, *, state: State, reference: int, span: Span,
     return part
 
 
-def part_of_counts(path: str, *, state: State, plan: Plan, span: Span, filters: dict[str, Any],
-                   stop: Any) -> PartOfCounts:
+def part_of_counts(path: str, *, state: State, first_record: int, span: Span,
+                   filters: dict[str, Any], stop: Any) -> PartOfCounts:
     _require(path, state)
     with windows.working_folder() as folder:
         copy = os.path.join(folder, "window.bam")
-        windows.copy_span(path, plan.first_record, span, copy)
+        windows.copy_span(path, first_record, span, copy)
         bam = BamFile(copy)
         try:
             counts = bam.count(**filters, progress=stop)

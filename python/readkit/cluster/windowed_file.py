@@ -17,7 +17,7 @@ from readkit.regions import Reference, Region, reference_index
 from readkit.tables import Table
 
 #: Bytes of a file, compressed, that a worker reads at a time.
-WINDOW = 32 << 20
+WINDOW = 8 << 20
 
 
 class _Unreliable(Exception):
@@ -107,7 +107,8 @@ class WindowedBamFile:
             plan = self._plan(window_jobs.plan_file, -1)
             parts: list[PartOfCounts] = self._all([
                 Job(window_jobs.part_of_counts, self.path,
-                    {"state": known.state, "plan": plan, "span": span, "filters": filters})
+                    {"state": known.state, "first_record": plan.first_record, "span": span,
+                     "filters": filters})
                 for span in plan.spans], progress)
             tallies = {name: sum(part.counts.tallies[name] for part in parts)
                        for name in parts[0].counts.tallies}
