@@ -26,5 +26,6 @@ from readkit.regions import Reference
 from readkit.sam_file import SamFile
 from readkit.tables import Table
 
-__all__ = ["BamFile", "Check", "Counts", "Error", "Quality", "Reference", "SamFile", "Starts", "Table",
-           "TextColumn", "check", "cluster", "errors", "gateway", "open", "quality", "use_library"]
+__all__ = ["BamFile", "Check", "Counts", "Error", "Quality", "Reference", "SamFile", "Starts",
+           "Table", "TextColumn", "check", "cluster", "errors", "gateway", "open", "quality",
+           "use_library"]

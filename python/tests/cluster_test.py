@@ -22,8 +22,9 @@ from conftest import SANITIZED, real_files
 import readkit
 import readkit.cluster
 import slow_bam
-from readkit import gateway, outputs
-from readkit.cluster import machines as machines_module, running, window_jobs, windowed_file, windows
+from readkit import gateway, indexes, outputs
+from readkit.cluster import (machines as machines_module, running, window_jobs, windowed_file,
+                             windows)
 
 REFERENCES = [("chr1", 400_000), ("empty", 100), ("chr:2", 300_000)]
 
@@ -170,8 +171,9 @@ def test_real_files_give_what_one_machine_gives(machines, folder, tmp_path):
         except readkit.Error as error:
             wrong[path] = error
     assert_equal(reads, readkit.quality(good))
-    assert {path: (type(error), error.identifier, error.arguments) for path, error in failed.items()} \
-        == {path: (type(error), error.identifier, error.arguments) for path, error in wrong.items()}
+    found, expected = ({path: (type(error), error.identifier, error.arguments)
+                        for path, error in errors.items()} for errors in (failed, wrong))
+    assert found == expected
     assert all(path in str(error) and error.path for path, error in failed.items())
 
 
@@ -302,16 +304,18 @@ def test_what_windows_cannot_give_one_worker_gives(machines, tmp_path):
                     wrong(file)
                 kinds.append(type(raised.value))
             assert kinds[0] is kinds[1]
-    # An index that counts right and finds too little.
+    # An index that counts right, and says that the first record is one in the middle.
     data = bytearray(pathlib.Path(path + ".bai").read_bytes())
     at = data.index((37450).to_bytes(4, "little") + b"\2\0\0\0") + 8
-    begin = int.from_bytes(data[at : at + 8], "little")
-    data[at : at + 8] = (begin + (600 << 16)).to_bytes(8, "little")
+    places = windows.places_in(indexes.read_index(path + ".bai", 3).sections[:1])
+    data[at : at + 8] = int(places[len(places) // 2]).to_bytes(8, "little")
     pathlib.Path(path + ".bai").write_bytes(data)
     assert_equal(machines.open(path).starts("chr1"), bam.starts("chr1"))
+    assert_equal(machines.open(path, window=900).fields("chr1"), bam.fields("chr1"))
 
 
-def test_no_nh_field_is_one_error_over_all_windows(machines, tmp_path, by_windows_only, monkeypatch):
+def test_no_nh_field_is_one_error_over_all_windows(machines, tmp_path, by_windows_only,
+                                                   monkeypatch):
     lines = [f"r{i}\t0\tchr1\t{i * 20_000 + 1}\t60\t4M\t*\t0\t0\tACGT\tIIII{nh}"
              for i, nh in enumerate(["", "", "\tNH:i:2", "", "\tNH:i:1", "", ""])]
     path = str(tmp_path / "some.bam")
@@ -327,7 +331,8 @@ def test_no_nh_field_is_one_error_over_all_windows(machines, tmp_path, by_window
     with pytest.raises(readkit.errors.AllNHTagsMissing) as raised:
         machines.open(path, window=1).count(multi_mapped="drop_by_nh")
     assert raised.value.path == path
-    assert machines.open(path, window=1).count(multi_mapped="drop_by_nh", min_quality=61).table.rows == 0
+    none = machines.open(path, window=1).count(multi_mapped="drop_by_nh", min_quality=61)
+    assert none.table.rows == 0
 
 
 def test_a_damaged_file_gives_the_error_of_one_machine(machines, tmp_path):
@@ -389,11 +394,12 @@ def test_spans_are_whole_blocks_and_their_ends(tmp_path):
     path = write_reads(tmp_path / "reads.bam", 10, in_block=4)
     bam = readkit.open(path)
     bam.index()
-    index = readkit.indexes.read_index(path + ".bai", 3)
+    index = indexes.read_index(path + ".bai", 3)
     first = windows.first_record(path)
     size = os.stat(path).st_size
     for window in (1, 1000, 10**9):
-        spans = windows.cut(windows.Span(first, size << 16), windows.places_in(index.sections), window)
+        spans = windows.cut(windows.Span(first, size << 16), windows.places_in(index.sections),
+                            window)
         assert spans[0].begin == first and spans[-1].end == size << 16
         assert all(one.end == other.begin for one, other in zip(spans, spans[1:]))
         assert all((span.end >> 16) - (span.begin >> 16) >= window for span in spans[:-1])
@@ -613,7 +619,8 @@ def test_attempts_begin_without_what_earlier_ones_left(tmp_path):
 
 def test_dask_is_loaded_when_it_is_needed(monkeypatch):
     done = subprocess.run(
-        [sys.executable, "-B", "-c", "import sys, readkit.cluster; print('distributed' in sys.modules)"],
+        [sys.executable, "-B", "-c",
+         "import sys, readkit.cluster; print('distributed' in sys.modules)"],
         capture_output=True, text=True, timeout=60)
     assert done.stdout == "False\n", done.stderr
     monkeypatch.setitem(sys.modules, "distributed", None)
