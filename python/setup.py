@@ -19,7 +19,7 @@ setup(
     version=VERSION,
     description="Alignment files (SAM, BAM, FASTQ) as arrays",
     license="MIT",
-    packages=["readkit"],
+    packages=["readkit", "readkit.cluster"],
     package_data={"readkit": ["py.typed", "*.pyi"]},
     include_package_data=False,
     python_requires=">=3.9",

@@ -40,6 +40,15 @@ class TextsBuilder {
     end_row();
   }
 
+  // The row of a column that has a text there, or none.
+  void add_row(const Texts& from, std::size_t row) {
+    if (from.is_missing(row)) {
+      add_missing();
+    } else {
+      add_text(from.row(row));
+    }
+  }
+
   void add_missing() {
     const std::size_t row = texts_.rows();
     if (texts_.validity.empty()) texts_.validity.assign(row / 8 + 1, 0xFF);
@@ -97,12 +106,15 @@ Texts texts_in_strings(const txArray* strings) {
 }
 
 using Rows = py::array_t<py::ssize_t, py::array::c_style>;
+using Bytes = py::array_t<std::uint8_t, py::array::c_style>;
+using Truths = py::array_t<bool, py::array::c_style>;
 
 // The Python class. Slices share the texts.
 class TextColumn {
  public:
-  explicit TextColumn(Texts texts)
-      : texts_(std::make_shared<const Texts>(std::move(texts))), end_(texts_->rows()) {}
+  explicit TextColumn(std::shared_ptr<const Texts> texts)
+      : texts_(std::move(texts)), end_(texts_->rows()) {}
+  explicit TextColumn(Texts texts) : TextColumn(std::make_shared<const Texts>(std::move(texts))) {}
 
   std::size_t size() const { return end_ - begin_; }
   const std::shared_ptr<const Texts>& texts() const { return texts_; }
@@ -140,13 +152,65 @@ class TextColumn {
       const py::ssize_t row = rows.at(i);
       if (row < -count || row >= count) throw py::index_error("no such row in the column");
       const std::size_t place = begin_ + static_cast<std::size_t>(row < 0 ? row + count : row);
-      if (texts_->is_missing(place)) {
-        builder.add_missing();
-      } else {
-        builder.add_text(texts_->row(place));
-      }
+      builder.add_row(*texts_, place);
     }
     return py::cast(TextColumn(builder.finish()));
+  }
+
+  static TextColumn concatenate(const py::sequence& columns) {
+    std::size_t rows = 0;
+    for (const py::handle column : columns) rows += column.cast<const TextColumn&>().size();
+    TextsBuilder builder(rows);
+    for (const py::handle one : columns) {
+      const auto& column = one.cast<const TextColumn&>();
+      for (std::size_t i = column.begin_; i < column.end_; ++i) builder.add_row(*column.texts_, i);
+    }
+    return TextColumn(builder.finish());
+  }
+
+  // What a pickle holds: offsets, bytes, and which rows have a text (None: all of them). Arrays
+  // over the column's own memory where it is not a slice.
+  static py::tuple state(const py::object& self) {
+    const auto& column = self.cast<const TextColumn&>();
+    if (column.size() != column.texts_->rows()) {
+      return state(py::cast(TextColumn(column.own_texts())));
+    }
+    py::object present = py::none();
+    if (column.texts_->missing != 0) {
+      Truths rows(static_cast<py::ssize_t>(column.size()));
+      for (std::size_t i = 0; i < column.size(); ++i) {
+        rows.mutable_at(static_cast<py::ssize_t>(i)) = !column.texts_->is_missing(i);
+      }
+      present = rows;
+    }
+    return py::make_tuple(offsets(self), data(self), present);
+  }
+
+  static TextColumn of_state(const py::tuple& state) {
+    if (state.size() != 3) throw py::value_error("no state of a column of texts");
+    const auto offsets = state[0].cast<Rows>();
+    const auto data = state[1].cast<Bytes>();
+    const bool is_complete = state[2].is_none();
+    const auto present = is_complete ? Truths(std::max<py::ssize_t>(offsets.size() - 1, 0))
+                                     : state[2].cast<Truths>();
+    if (offsets.ndim() != 1 || offsets.size() == 0 || offsets.at(0) != 0 || data.ndim() != 1 ||
+        offsets.at(offsets.size() - 1) != data.size() ||
+        !std::is_sorted(offsets.data(), offsets.data() + offsets.size()) || present.ndim() != 1 ||
+        present.size() != offsets.size() - 1) {
+      throw py::value_error("no state of a column of texts");
+    }
+    TextsBuilder builder(static_cast<std::size_t>(offsets.size()) - 1);
+    const std::string_view bytes(reinterpret_cast<const char*>(data.data()),
+                                 static_cast<std::size_t>(data.size()));
+    for (py::ssize_t row = 0; row + 1 < offsets.size(); ++row) {
+      if (!is_complete && !present.at(row)) {
+        builder.add_missing();
+        continue;
+      }
+      const auto begin = static_cast<std::size_t>(offsets.at(row));
+      builder.add_text(bytes.substr(begin, static_cast<std::size_t>(offsets.at(row + 1)) - begin));
+    }
+    return TextColumn(builder.finish());
   }
 
   py::list to_list() const {
@@ -191,6 +255,14 @@ class TextColumn {
   std::size_t nbytes() const {
     const auto& offsets = texts_->offsets;
     return static_cast<std::size_t>(offsets[end_] - offsets[begin_]);
+  }
+
+  // Texts of these rows only: those of a slice are copied.
+  std::shared_ptr<const Texts> own_texts() const {
+    if (size() == texts_->rows()) return texts_;
+    TextsBuilder builder(size());
+    for (std::size_t i = begin_; i < end_; ++i) builder.add_row(*texts_, i);
+    return std::make_shared<const Texts>(builder.finish());
   }
 
   py::capsule arrow_schema() const { return schema_of_texts(*texts_); }
@@ -240,12 +312,7 @@ py::object make_text_column(Texts texts) { return py::cast(TextColumn(std::move(
 
 std::shared_ptr<const Texts> texts_of_column(py::handle object) {
   if (!py::isinstance<TextColumn>(object)) return nullptr;
-  // A slice has rows of its own only once they are copied.
-  const auto& column = object.cast<const TextColumn&>();
-  if (column.size() == column.texts()->rows()) return column.texts();
-  Rows rows(static_cast<py::ssize_t>(column.size()));
-  for (py::ssize_t i = 0; i < rows.size(); ++i) rows.mutable_at(i) = i;
-  return column.take(rows).cast<const TextColumn&>().texts();
+  return object.cast<const TextColumn&>().own_texts();
 }
 
 void add_text_column(py::module_& module) {
@@ -272,6 +339,9 @@ Bytes that are not UTF-8 become surrogates, as os.fsdecode does it.)")
       .def(
           "take", &TextColumn::take, py::arg("rows"),
           "The column of these rows, 0-based; negative ones count from the end. Raises IndexError.")
+      .def_static("concatenate", &TextColumn::concatenate, py::arg("columns"),
+                  "The rows of several columns, one behind the other, as one column.")
+      .def(py::pickle(&TextColumn::state, &TextColumn::of_state))
       .def("to_list", &TextColumn::to_list, "A list of str; None for a missing text.")
       .def("to_numpy", &TextColumn::to_numpy, "A one-dimensional array of dtype object.")
       .def_property_readonly(

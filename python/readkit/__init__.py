@@ -14,7 +14,7 @@ Positions are 1-based and inclusive, records and references are counted from 0. 
 has the functions underneath, with rules of their own. Errors are `readkit.Error`.
 """
 
-from readkit import errors, gateway
+from readkit import cluster, errors, gateway
 from readkit._readkit import TextColumn, __version__
 from readkit.bam_file import BamFile, Counts, Starts
 from readkit.checks import Check, check
@@ -26,5 +26,6 @@ from readkit.regions import Reference
 from readkit.sam_file import SamFile
 from readkit.tables import Table
 
-__all__ = ["BamFile", "Check", "Counts", "Error", "Quality", "Reference", "SamFile", "Starts", "Table",
-           "TextColumn", "__version__", "check", "errors", "gateway", "open", "quality", "use_library"]
+__all__ = ["BamFile", "Check", "Counts", "Error", "Quality", "Reference", "SamFile", "Starts",
+           "Table", "TextColumn", "__version__", "check", "cluster", "errors", "gateway", "open",
+           "quality", "use_library"]

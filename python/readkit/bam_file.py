@@ -189,21 +189,8 @@ class BamFile(AlignmentFile):
             UnknownFeatureType, BadIndex, InvalidRegion, ReferenceIDNotFound; FileChanged when the
             file holds other records than it did; those of `starts`.
         """
-        wanted = [names] if isinstance(names, str) else list(names)
-        for name in wanted:
-            if name not in self.FIELDS:
-                raise error_of(
-                    "seqlab:bamaccessgw:getfeaturesinrefbyindex:UnknownFeatureType", (),
-                    f"{name!r} is no field of a record. Use those of {', '.join(self.FIELDS)}.")
-        where = parse_region(self.references, region) if region is not None else None
-        if reference is not None:
-            number = reference_index(self.references, reference)
-        elif where is not None:
-            number = where.reference
-        else:
-            raise TypeError("fields() needs a reference or a region")
-        if where is not None and (where.reference != number or records is not None):
-            raise TypeError("a region must be of the reference, and excludes records")
+        wanted = wanted_fields(names)
+        number, where = wanted_place(self.references, reference, region, records)
         with self._lock:
             starts = self.starts(number).starts
             if where is not None:
@@ -211,10 +198,7 @@ class BamFile(AlignmentFile):
             elif records is None:
                 numbers = np.arange(len(starts))
             else:
-                numbers = record_numbers(records)
-            if len(numbers) and numbers.max() >= len(starts):
-                raise error_of("seqlab:readkit:BadIndex", (),
-                               f"There are {len(starts)} records, of which the first is 0.")
+                numbers = records_within(len(starts), records)
             if np.all(numbers[1:] > numbers[:-1]):
                 return self._features(number, wanted, numbers, starts)
             rows, order = np.unique(numbers, return_inverse=True)
@@ -359,6 +343,43 @@ class BamFile(AlignmentFile):
             self._rewrite(gateway.kxBamShuffle, out, "shuffled", progress) if seed is None else
             self._rewrite(gateway.kxBamShuffleSeeded, out, "shuffled", progress, int(seed)))
         return shuffled
+
+
+def wanted_fields(names: str | Sequence[str]) -> list[str]:
+    """The names of fields as a list. Raises UnknownFeatureType."""
+    wanted = [names] if isinstance(names, str) else list(names)
+    for name in wanted:
+        if name not in BamFile.FIELDS:
+            raise error_of(
+                "seqlab:bamaccessgw:getfeaturesinrefbyindex:UnknownFeatureType", (),
+                f"{name!r} is no field of a record. Use those of {', '.join(BamFile.FIELDS)}.")
+    return wanted
+
+
+def wanted_place(references: Sequence[Reference], reference: str | int | None, region: str | None,
+                 records: object) -> tuple[int, Region | None]:
+    """The reference's index, and the region. Raises TypeError for arguments that do not go
+    together, InvalidRegion, ReferenceIDNotFound."""
+    where = parse_region(references, region) if region is not None else None
+    if reference is not None:
+        number = reference_index(references, reference)
+    elif where is not None:
+        number = where.reference
+    else:
+        raise TypeError("fields() needs a reference or a region")
+    if where is not None and (where.reference != number or records is not None):
+        raise TypeError("a region must be of the reference, and excludes records")
+    return number, where
+
+
+def records_within(count: int, records: Sequence[int] | np.ndarray[Any, Any]
+                   ) -> np.ndarray[Any, Any]:
+    """0-based numbers of records of a reference that has so many. Raises BadIndex."""
+    numbers = record_numbers(records)
+    if len(numbers) and numbers.max() >= count:
+        raise error_of("seqlab:readkit:BadIndex", (),
+                       f"There are {count} records, of which the first is 0.")
+    return numbers
 
 
 def _remove_folder(folder: str, process: int) -> None:

@@ -21,6 +21,7 @@ class Error(Exception):
     identifier: str
     arguments: tuple[str | int, ...]
     _text: str
+    _input: str | None = None
 
     # Not in __init__: OSError, which some kinds are too, takes its arguments in __new__ already.
     @classmethod
@@ -34,13 +35,18 @@ class Error(Exception):
     @property
     def path(self) -> str | None:
         """The file that the error is about; None when it is about none or names none."""
-        return None
+        return self._input
+
+    def _while_reading(self, path: str) -> None:
+        """Says which file was worked on, where there were many: `path` and the text name it."""
+        self._input = path
 
     def __str__(self) -> str:
-        return self._text if hasattr(self, "_text") else super().__str__()
+        text = self._text if hasattr(self, "_text") else super().__str__()
+        return text if self._input is None or self._input in text else f"{self._input}: {text}"
 
     def __reduce__(self) -> tuple[Callable[..., Any], tuple[Any, ...]]:
-        return error_of, (self.identifier, self.arguments, self._text)
+        return _error_again, (self.identifier, self.arguments, self._text, self._input)
 
 
 class FileError(Error, OSError):
@@ -57,7 +63,11 @@ class FileError(Error, OSError):
     def path(self) -> str | None:
         """The file's name as it was given; None when a kind leaves it open."""
         name = self.arguments[0] if self.arguments else None
-        return name if isinstance(name, str) and name else None
+        return name if isinstance(name, str) and name else self._input
+
+    def _while_reading(self, path: str) -> None:
+        super()._while_reading(path)
+        self.filename = self.path
 
 
 class ArgumentError(Error, TypeError):
@@ -272,6 +282,10 @@ class FileChanged(FileError):
     """A file does not hold what its index, or what was read of it before, says."""
 
 
+class WorkersDied(FileError):
+    """Every worker of a cluster that worked on a file has died."""
+
+
 _RENAMED = {
     "out_of_range": OutOfRange,
     "invalid_argument": InvalidArgument,
@@ -289,3 +303,11 @@ def error_of(identifier: str, arguments: tuple[str | int, ...], text: str) -> Er
     """The exception for an identifier; a plain `Error` for one that has no class of its own."""
     kind = _KINDS.get(identifier.rpartition(":")[2], Error)
     return kind._make(identifier, arguments, text)
+
+
+def _error_again(identifier: str, arguments: tuple[str | int, ...], text: str,
+                 path: str | None) -> Error:
+    error = error_of(identifier, arguments, text)
+    if path is not None:
+        error._while_reading(path)
+    return error

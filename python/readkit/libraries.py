@@ -10,6 +10,7 @@ from readkit import _readkit
 _FLAVOURS = ("fast", "exact")
 _lock = threading.Lock()
 _library: _readkit.Library | None = None
+_chosen = ""
 
 
 def use_library(name: str | os.PathLike[str]) -> None:
@@ -22,12 +23,14 @@ def use_library(name: str | os.PathLike[str]) -> None:
     Raises:
         LibraryNotFound, LibraryDoesNotLoad, NoEntryPoint, NothingRegistered.
     """
-    global _library
+    global _library, _chosen
     text = os.fspath(name)
-    path = _readkit.flavour_path(text) if text in _FLAVOURS else text
+    is_flavour = text in _FLAVOURS
+    path = _readkit.flavour_path(text) if is_flavour else text
     library = _readkit.Library(path)
     with _lock:
         _library = library
+        _chosen = text if is_flavour else os.path.abspath(text)
 
 
 def library() -> _readkit.Library:
@@ -37,3 +40,9 @@ def library() -> _readkit.Library:
         use_library(os.environ.get("READKIT_LIBRARY") or "fast")
     assert _library is not None
     return _library
+
+
+def chosen() -> str:
+    """What `use_library` needs to be told in another process for it to use the same library."""
+    library()
+    return _chosen

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import contextlib
 import os
-from typing import Callable, Iterator, Union
+from typing import Any, Callable, Iterator, Union
 
 from readkit.gateway import Progress as Transfers
 
@@ -21,7 +21,8 @@ def watching(path: str, progress: Progress) -> Iterator[Transfers | None]:
         return
     size = os.stat(path).st_size
     with contextlib.ExitStack() as stack:
-        tell = stack.enter_context(_bar(path, size)) if progress is True else progress
+        tell = progress if progress is not True else stack.enter_context(
+            _bar(os.path.basename(path), size, unit="B", unit_scale=True))
         done = 0
 
         def transfers(name: str, position: int, is_write: bool) -> None:
@@ -36,8 +37,22 @@ def watching(path: str, progress: Progress) -> Iterator[Transfers | None]:
 
 
 @contextlib.contextmanager
-def _bar(path: str, size: int) -> Iterator[Callable[[int, int], object]]:
+def counting(what: str, total: int, progress: Progress) -> Iterator[Callable[[int], object]]:
+    """What to call with the number of pieces of work that are done, so that `progress` learns of
+    it, with all of them as its second argument."""
+    if not progress:
+        yield lambda done: None
+    elif progress is True:
+        with _bar(what, total) as tell:
+            yield lambda done: tell(done, total)
+    else:
+        given = progress
+        yield lambda done: given(done, total)
+
+
+@contextlib.contextmanager
+def _bar(what: str, total: int, **settings: Any) -> Iterator[Callable[[int, int], object]]:
     from tqdm.auto import tqdm  # type: ignore[import]
 
-    with tqdm(total=size, unit="B", unit_scale=True, desc=os.path.basename(path)) as bar:
+    with tqdm(total=total, desc=what, **settings) as bar:
         yield lambda done, _: bar.update(done - bar.n)

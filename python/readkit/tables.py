@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any, Iterator, Mapping, Union
+from typing import TYPE_CHECKING, Any, Iterator, Mapping, Sequence, Union
 
 import numpy as np
 
@@ -42,6 +42,13 @@ class Table(Mapping[str, Column]):
         columns = {name: column.take(rows) for name, column in self._columns.items()}
         return Table(columns, len(rows))
 
+    @staticmethod
+    def concatenate(tables: Sequence[Table]) -> Table:
+        """The rows of several tables, one at least and all of the same columns, one behind the
+        other."""
+        columns = {name: _joined([table[name] for table in tables]) for name in tables[0]}
+        return Table(columns, sum(table.rows for table in tables))
+
     def to_pandas(self) -> pandas.DataFrame:
         """A DataFrame; texts become object columns."""
         import pandas
@@ -63,3 +70,8 @@ class Table(Mapping[str, Column]):
     def _repr_html_(self) -> str:
         first = self.take(np.arange(min(self.rows, 10)))
         return str(first.to_pandas().to_html(notebook=True))
+
+
+def _joined(columns: list[Column]) -> Column:
+    texts = [column for column in columns if isinstance(column, TextColumn)]
+    return TextColumn.concatenate(texts) if texts else np.concatenate(columns)
