@@ -14,8 +14,8 @@ Positions are 1-based and inclusive, records and references are counted from 0. 
 has the functions underneath, with rules of their own. Errors are `readkit.Error`.
 """
 
-from readkit import errors, gateway
-from readkit._readkit import TextColumn
+from readkit import errors, gateway, qualities
+from readkit._readkit import TextColumn, version as __version__
 from readkit.bam_file import BamFile, Counts, Starts
 from readkit.checks import Check, check
 from readkit.errors import Error

@@ -2,12 +2,13 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any, Iterator, Mapping, Union
+from typing import TYPE_CHECKING, Any, Iterator, Mapping, Sequence, Union
 
 import numpy as np
 
 from readkit import _readkit
 from readkit._readkit import TextColumn
+from readkit.notebooks import bytes_text
 
 if TYPE_CHECKING:
     import pandas  # type: ignore[import]
@@ -42,6 +43,10 @@ class Table(Mapping[str, Column]):
         columns = {name: column.take(rows) for name, column in self._columns.items()}
         return Table(columns, len(rows))
 
+    def select(self, names: Sequence[str]) -> Table:
+        """The table of these columns."""
+        return Table({name: self._columns[name] for name in names}, self.rows)
+
     def to_pandas(self) -> pandas.DataFrame:
         """A DataFrame; texts become object columns."""
         import pandas
@@ -62,4 +67,6 @@ class Table(Mapping[str, Column]):
 
     def _repr_html_(self) -> str:
         first = self.take(np.arange(min(self.rows, 10)))
-        return str(first.to_pandas().to_html(notebook=True))
+        return (str(first.to_pandas().to_html(notebook=True, max_rows=None))
+                + f"<p>{self.rows:,} rows × {len(self)} columns, "
+                  f"{bytes_text(sum(column.nbytes for column in self.values()))}</p>")
