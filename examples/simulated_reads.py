@@ -1,15 +1,17 @@
 #!/usr/bin/env python3
-"""Writes SAM text as a sequencer and an aligner might: pairs of reads of a small genome.
+"""Writes a BAM file as a sequencer and an aligner might: pairs of reads of a small genome.
 
-    python3 examples/simulated_reads.py reads.sam
+    python3 examples/simulated_reads.py mixed.bam
 
 Of its two references, chr1 has a stretch that the sample has twice, another that one of two
-haplotypes lacks, and a repeat where reads could lie elsewhere; there are ten times as many copies
-of the plasmid. Qualities fall towards the ends of reads. The text is the same every time.
+haplotypes lacks, and a repeat where reads could lie elsewhere. Qualities fall towards the ends of
+reads. The file is the same every time.
 """
 
 import random
 import sys
+
+import sam_to_bam
 
 READ = 100
 CHROMOSOME, PLASMID = ("chr1", 60_000), ("plasmid", 6_000)
@@ -71,7 +73,7 @@ def fragments(rng):
     made = 0
     while made < PAIRS:
         length = max(2 * READ, round(rng.gauss(330, 45)))
-        if rng.random() < 0.4:
+        if rng.random() < 0.1:
             yield PLASMID[0], plasmid, rng.randrange(PLASMID[1] - length), length, False
         else:
             lacks = rng.random() < 0.5
@@ -111,16 +113,26 @@ def pair(rng, number, reference, bases, begin, length, lacks):
                f"\t{size}\t{called}\t{text}")
 
 
-def main():
-    """Writes the text."""
+def blocks():
+    """The blocks of the file."""
     rng = random.Random(11)
-    with open(sys.argv[1], "w", encoding="ascii") as output:
-        output.write("@HD\tVN:1.6\tSO:unsorted\n")
-        for name, length in (CHROMOSOME, PLASMID):
-            output.write(f"@SQ\tSN:{name}\tLN:{length}\n")
-        for number, fragment in enumerate(fragments(rng), start=1):
-            for line in pair(rng, number, *fragment):
-                output.write(line + "\n")
+    data, indexes = sam_to_bam.header(["@HD\tVN:1.6\tSO:unsorted", *(
+        f"@SQ\tSN:{name}\tLN:{length}" for name, length in (CHROMOSOME, PLASMID))])
+    yield sam_to_bam.block(data)
+    waiting = b""
+    for number, fragment in enumerate(fragments(rng), start=1):
+        for line in pair(rng, number, *fragment):
+            waiting += sam_to_bam.record(line.split("\t"), indexes)
+        if len(waiting) > 30_000:
+            yield sam_to_bam.block(waiting)
+            waiting = b""
+    yield sam_to_bam.block(waiting) + sam_to_bam.END_OF_FILE
+
+
+def main():
+    """Writes the file."""
+    with open(sys.argv[1], "wb") as output:
+        output.writelines(blocks())
 
 
 if __name__ == "__main__":

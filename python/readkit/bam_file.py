@@ -279,12 +279,12 @@ class BamFile(AlignmentFile):
             rows, order = np.unique(numbers, return_inverse=True)
             # What lies between the first and the last one, and which of it is wanted.
             where = Region(number, int(starts[rows[0]]), int(starts[rows[-1]]))
-            ordinals: np.ndarray[Any, Any] = np.searchsorted(self.overlapping(where), rows) + 1
+            ordinals = np.asarray(np.searchsorted(self.overlapping(where), rows) + 1, np.uint32)
 
             def read(index: Index) -> dict[str, Any] | None:
                 with contextlib.suppress(BadIndex):
                     columns = self._read(index, [*names, "Position"], [where],
-                                         ordinals.astype(np.uint32))[2]
+                                         ordinals)[2]
                     # Positions prove that these are the records that were meant.
                     if np.array_equal(columns["Position"], starts[rows]):
                         return columns

@@ -45,7 +45,7 @@ def drawing(monkeypatch):
 def test_the_tour_is_right_and_draws_its_pictures(in_folder, drawing):
     import simulated_reads
 
-    with unittest.mock.patch("sys.argv", ["", "reads.sam"]):
+    with unittest.mock.patch("sys.argv", ["", "mixed.bam"]):
         simulated_reads.main()
     pathlib.Path("reads.bam").unlink()
     failed, tried = doctest.testfile(str(ROOT / "docs/python-tutorial.md"), module_relative=False)

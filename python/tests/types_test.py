@@ -29,9 +29,14 @@ def test_types_are_complete_and_agree_with_each_other(tmp_path):
 @pytest.mark.skipif(SANITIZED, reason="mypy has nothing to do with sanitizers")
 def test_the_stub_describes_the_module(tmp_path):
     pytest.importorskip("mypy")
+    # What every class of the extension module has, and no stub can say.
+    allowed = tmp_path / "allowed"
+    allowed.write_text("readkit._readkit.Library\nreadkit._readkit.TextColumn\n"
+                       "readkit._readkit.TextColumn.__init__\n")
     result = subprocess.run(
-        [sys.executable, "-B", "-m", "mypy.stubtest", "readkit._readkit"], capture_output=True,
-        text=True, cwd=tmp_path, env={**os.environ, "MYPYPATH": str(FOLDER.parent)})
+        [sys.executable, "-B", "-m", "mypy.stubtest", "readkit._readkit", "--allowlist", allowed],
+        capture_output=True, text=True, cwd=tmp_path,
+        env={**os.environ, "PYTHONPATH": str(FOLDER.parent), "MYPYPATH": str(FOLDER.parent)})
     assert result.returncode == 0, result.stdout + result.stderr
 
 
