@@ -89,7 +89,7 @@ TEST(RegionSweep, FindsOfRandomFilesWhatLiesInTheRegions) {
   for (int file = 0; file < 4 && !testing::Test::HasFailure(); ++file) {
     compare(random, 20000, found);
   }
-  EXPECT_GT(found, 5000U);
+  EXPECT_GT(found, 1500U);
 }
 
 // A hundred records, each in a block of its own, with an index of one chunk for all of them.
@@ -134,14 +134,18 @@ TEST_F(OneChunk, ARecordOutOfOrderIsAnError) {
 }
 
 TEST_F(OneChunk, ChunksThatPointNowhereAreErrorsOrNothing) {
-  for (const std::uint64_t offset :
-       {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{0x12345}, ~std::uint64_t{0} >> 1}) {
+  const auto found_from = [this](std::uint64_t offset) {
     const ModelIndex index = {.refs = {{.bins = {{4681, {{offset, ~std::uint64_t{0}}}}}}, {}}};
     folder_.write("a.bai", encode_bai(index));
     BAM bam = open();
     const Regions all = {{.ref = 0, .beg = 0, .end = 100000}};
-    EXPECT_THROW(swept(bam, all), MsgIdException) << offset;
-  }
+    return swept(bam, all).at(0);
+  };
+  // What stands in the header's block is no record.
+  EXPECT_EQ(found_from(0), Names{});
+  EXPECT_EQ(found_from(1), Names{});
+  EXPECT_THROW(found_from(0x12345), InvalidBAMFormat);
+  EXPECT_THROW(found_from(~std::uint64_t{0} >> 1), BGZFSeek);
 }
 
 }  // namespace
