@@ -183,12 +183,6 @@ OPERATIONS = (
         check.sound, 1.4, ("m.bam",), function="kxCheck"),
 )
 
-# Rows to come: title, peer and the ratio to reach.
-NOT_BUILT = (
-    ("names, flags, positions, sequences, qualities of a reference, in Python", "pysam", 0.25),
-)
-
-
 def chosen(names, others=()):
     """The operations of these names, all without any. Of a wrong one `others` are told."""
     unknown = set(names) - {operation.name for operation in OPERATIONS}

@@ -69,8 +69,13 @@ void Progress::begin(const std::string& path, const std::string& name, std::uint
 }
 
 void Progress::moved(const char* path, std::uint64_t position, bool is_write) {
-  last_was_write_ = is_write;
   const std::string_view key(path);
+  if (key.empty()) {
+    // Work in memory.
+    if (shown_) show();
+    return;
+  }
+  last_was_write_ = is_write;
   if (!is_write && key == input_path_) {
     input_.position = position;
   } else {

@@ -75,18 +75,24 @@ def record(fields, references):
     return struct.pack("<i", len(body)) + body
 
 
-def to_bam(sam):
-    lines = sam.splitlines()
+def header(lines):
+    """What a BAM file has before its records, and the indexes of references by name."""
     text = "".join(line + "\n" for line in lines if line.startswith("@")).encode()
     pairs = [dict(f.split(":", 1) for f in line.split("\t")[1:])
              for line in lines if line.startswith("@SQ")]
     references = {pair["SN"]: i for i, pair in enumerate(pairs)}
-    header = b"BAM\1" + struct.pack("<i", len(text)) + text + struct.pack("<i", len(pairs))
+    data = b"BAM\1" + struct.pack("<i", len(text)) + text + struct.pack("<i", len(pairs))
     for pair in pairs:
         name = pair["SN"].encode() + b"\0"
-        header += struct.pack("<i", len(name)) + name + struct.pack("<i", int(pair["LN"]))
+        data += struct.pack("<i", len(name)) + name + struct.pack("<i", int(pair["LN"]))
+    return data, references
+
+
+def to_bam(sam):
+    lines = sam.splitlines()
+    data, references = header(lines)
     records = [record(line.split("\t"), references) for line in lines if not line.startswith("@")]
-    return block(header) + block(b"".join(records)) + END_OF_FILE
+    return block(data) + block(b"".join(records)) + END_OF_FILE
 
 
 def main():

@@ -87,7 +87,7 @@ ArrowArray make_array(std::size_t rows, std::initializer_list<const void*> buffe
   return array;
 }
 
-bool is_utf8(const std::string& bytes) {
+bool is_utf8(std::string_view bytes) {
   PyObject* const text =
       PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "strict");
   if (text == nullptr) PyErr_Clear();
@@ -111,19 +111,11 @@ const char* format_of(const py::array& array) {
   throw py::type_error("a column must be texts, or a contiguous one-dimensional array of numbers");
 }
 
-// Keeps a Python object alive from threads that may not hold the GIL.
-std::shared_ptr<const void> held(py::object object) {
-  return {object.release().ptr(), [](PyObject* held_object) {
-            const py::gil_scoped_acquire gil;
-            Py_DECREF(held_object);
-          }};
-}
-
 void add_numbers(const py::array& array, const std::string& name, std::vector<ArrowSchema>& schemas,
                  std::vector<ArrowArray>& arrays) {
   const char* const format = format_of(array);
   arrays.push_back(
-      make_array(static_cast<std::size_t>(array.shape(0)), {nullptr, array.data()}, held(array)));
+      make_array(static_cast<std::size_t>(array.shape(0)), {nullptr, array.data()}, hold(array)));
   schemas.push_back(make_schema(format, name));
 }
 

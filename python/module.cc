@@ -11,6 +11,7 @@
 #include "python/arrow.h"
 #include "python/calls.h"
 #include "python/errors.h"
+#include "python/quality_page.h"
 #include "python/text_column.h"
 
 namespace py = pybind11;
@@ -33,9 +34,14 @@ PYBIND11_MODULE(_readkit, module) {
   module.attr("__version__") = READKIT_VERSION;
   module.def("flavour_path", &readkit::host::flavour_path, py::arg("flavour"),
              "The library that came with the package: 'exact' or 'fast'.");
+  module.def(
+      "text_column", &readkit::python::text_column_over, py::arg("bytes"), py::arg("offsets"),
+      "The texts bytes[offsets[i]:offsets[i + 1]] of two arrays, uint8 and int64, not copied.");
   module.def("arrow_of_table", &readkit::python::arrow_of_table, py::arg("names"),
              py::arg("columns"), py::arg("rows"),
              "Columns as one struct array of Arrow: the capsules (schema, array).");
+  module.def("quality_page", &readkit::python::quality_page, py::arg("page"), py::arg("settings"),
+             py::arg("samples"), "The page of reports with the numbers of these samples in it.");
   module.def("live_arrays", &readkit::host::live_arrays, "How many host arrays exist now.");
   module.def("live_blocks", &readkit::host::live_blocks,
              "How many blocks of host memory exist now.");

@@ -15,28 +15,29 @@ namespace {
 // Adds rows to texts that become a column.
 class TextsBuilder {
  public:
-  explicit TextsBuilder(std::size_t rows) { texts_.offsets.reserve(rows + 1); }
+  explicit TextsBuilder(std::size_t rows) { own_->offsets.reserve(rows + 1); }
 
   // A character array. Nearly all texts of a file are ASCII, whose units are its bytes.
   void add_characters(const txArray* characters) {
-    const std::size_t start = texts_.bytes.size();
+    std::string& all = own_->bytes;
+    const std::size_t start = all.size();
     const auto units = host::data_of<char16_t>(characters);
-    texts_.bytes.resize(start + units.size());
-    char* const bytes = texts_.bytes.data() + start;
+    all.resize(start + units.size());
+    char* const bytes = all.data() + start;
     unsigned seen = 0;
     for (std::size_t i = 0; i < units.size(); ++i) {
       seen |= units[i];
       bytes[i] = static_cast<char>(units[i]);
     }
     if (seen >= 0x80) {
-      texts_.bytes.resize(start);
-      texts_.bytes += host::text_of(characters);
+      all.resize(start);
+      all += host::text_of(characters);
     }
     end_row();
   }
 
   void add_text(std::string_view text) {
-    texts_.bytes += text;
+    own_->bytes += text;
     end_row();
   }
 
@@ -50,24 +51,36 @@ class TextsBuilder {
   }
 
   void add_missing() {
-    const std::size_t row = texts_.rows();
-    if (texts_.validity.empty()) texts_.validity.assign(row / 8 + 1, 0xFF);
-    texts_.validity.resize(row / 8 + 1, 0xFF);
-    texts_.validity[row / 8] &= static_cast<std::uint8_t>(~(1U << (row % 8)));
-    ++texts_.missing;
+    const std::size_t row = own_->offsets.size() - 1;
+    if (validity_.empty()) validity_.assign(row / 8 + 1, 0xFF);
+    validity_.resize(row / 8 + 1, 0xFF);
+    validity_[row / 8] &= static_cast<std::uint8_t>(~(1U << (row % 8)));
+    ++missing_;
     end_row();
   }
 
   Texts finish() {
-    if (texts_.missing != 0) texts_.validity.resize((texts_.rows() + 7) / 8, 0xFF);
-    texts_.bytes.shrink_to_fit();
-    return std::move(texts_);
+    own_->bytes.shrink_to_fit();
+    const std::size_t rows = own_->offsets.size() - 1;
+    if (missing_ != 0) validity_.resize((rows + 7) / 8, 0xFF);
+    return {.bytes = own_->bytes,
+            .offsets = own_->offsets,
+            .memory = own_,
+            .validity = std::move(validity_),
+            .missing = missing_};
   }
 
  private:
-  void end_row() { texts_.offsets.push_back(static_cast<std::int64_t>(texts_.bytes.size())); }
+  struct Own {
+    std::string bytes;
+    std::vector<std::int64_t> offsets{0};
+  };
 
-  Texts texts_;
+  void end_row() { own_->offsets.push_back(static_cast<std::int64_t>(own_->bytes.size())); }
+
+  std::shared_ptr<Own> own_ = std::make_shared<Own>();
+  std::vector<std::uint8_t> validity_;
+  std::size_t missing_ = 0;
 };
 
 bool is_column(const txArray* array) {
@@ -289,8 +302,8 @@ class TextColumn {
 }  // namespace
 
 std::string_view Texts::row(std::size_t i) const {
-  return std::string_view(bytes).substr(static_cast<std::size_t>(offsets[i]),
-                                        static_cast<std::size_t>(offsets[i + 1] - offsets[i]));
+  return bytes.substr(static_cast<std::size_t>(offsets[i]),
+                      static_cast<std::size_t>(offsets[i + 1] - offsets[i]));
 }
 
 std::optional<Texts> texts_in(const txArray* array) {
@@ -306,6 +319,34 @@ py::object str_of_bytes(std::string_view bytes) {
       PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogateescape");
   if (text == nullptr) throw py::error_already_set();
   return py::reinterpret_steal<py::object>(text);
+}
+
+std::shared_ptr<const void> hold(py::object object) {
+  return {object.release().ptr(), [](PyObject* held) {
+            const py::gil_scoped_acquire gil;
+            Py_DECREF(held);
+          }};
+}
+
+py::object text_column_over(const py::array& bytes, const py::array& offsets) {
+  const auto is_plain = [](const py::array& array, const py::dtype& dtype) {
+    return array.ndim() == 1 && array.dtype().equal(dtype) &&
+           (array.shape(0) < 2 || array.strides(0) == array.itemsize());
+  };
+  if (!is_plain(bytes, py::dtype::of<std::uint8_t>()) ||
+      !is_plain(offsets, py::dtype::of<std::int64_t>())) {
+    throw py::type_error("a column of texts needs contiguous arrays of uint8 and of int64");
+  }
+  Texts texts;
+  texts.bytes = {static_cast<const char*>(bytes.data()), static_cast<std::size_t>(bytes.size())};
+  texts.offsets = {static_cast<const std::int64_t*>(offsets.data()),
+                   static_cast<std::size_t>(offsets.size())};
+  if (texts.offsets.empty() || texts.offsets.front() < 0 ||
+      !std::ranges::is_sorted(texts.offsets) || texts.offsets.back() > bytes.size()) {
+    throw py::value_error("the offsets of a column of texts must ascend within its bytes");
+  }
+  texts.memory = hold(py::make_tuple(bytes, offsets));
+  return make_text_column(std::move(texts));
 }
 
 py::object make_text_column(Texts texts) { return py::cast(TextColumn(std::move(texts))); }

@@ -15,19 +15,29 @@
 #include "cli/input.h"
 #include "cli/job.h"
 #include "cli/json_value.h"
-#include "cli/quality/counts.h"
-#include "cli/quality/document.h"
-#include "cli/quality/encoding.h"
 #include "cli/quality/fastqc_data.h"
-#include "cli/quality/page.h"
-#include "cli/quality/verdicts.h"
+#include "cli/quality/page_template.h"
+#include "cli/quality/scan.h"
 #include "cli/sam_losses.h"
 #include "cli/target.h"
 #include "cli/usage_error.h"
 #include "cli/version.h"
+#include "report/counts.h"
+#include "report/document.h"
+#include "report/encoding.h"
+#include "report/page.h"
+#include "report/verdicts.h"
 
 namespace readkit::cli {
 namespace {
+
+using report::Encoding;
+using report::encoding_of;
+using report::EncodingChoice;
+using report::Json;
+using report::QualityCounts;
+using report::Sample;
+using report::ScanSettings;
 
 namespace fs = std::filesystem;
 
@@ -75,26 +85,16 @@ void read_span(const std::string& text, ScanSettings& settings) {
 ScanSettings settings_of(const QualityOptions& options) {
   ScanSettings settings;
   settings.min_length = options.min_length.value_or(settings.min_length);
-  settings.min_average = static_cast<double>(options.min_average.value_or(0));
+  if (options.min_average) settings.min_average = static_cast<double>(*options.min_average);
   settings.first = options.first;
   settings.mapped_only = options.mapped_only;
+  settings.encoding = options.encoding;
+  settings.groups = !options.no_groups;
   if (options.span) read_span(*options.span, settings);
   if (settings.first && settings.mapped_only) {
     throw UsageError("--first counts all records, --mapped-only leaves some out: use one of them");
   }
   return settings;
-}
-
-Json settings_json(const QualityOptions& options, const ScanSettings& settings) {
-  const auto number = [](const std::optional<std::int64_t>& n) { return n ? Json(*n) : Json(); };
-  return {{"encoding", options.encoding},
-          {"from", settings.from},
-          {"to", number(settings.to)},
-          {"min_length", settings.min_length},
-          {"min_average", number(options.min_average)},
-          {"first", number(settings.first)},
-          {"mapped_only", settings.mapped_only},
-          {"position_groups", !options.no_groups}};
 }
 
 EncodingChoice encoding_choice(const QualityOptions& options) {
@@ -129,7 +129,7 @@ void warn_of_encoding(Job& job, const Input& input, const Encoding& taken,
                         "say which it is: --encoding 33, or --encoding 64");
   }
   if (taken.detected || taken.offset != '!') return;
-  const Encoding likely = encoding_of(EncodingChoice::kAuto, qualities, input.name());
+  const Encoding likely = encoding_of(EncodingChoice::kAuto, qualities);
   if (likely.offset == taken.offset) return;
   job.messages().warn(input.name(), "counted as phred+33, but seems to be " + likely.text,
                       "use --encoding 64, or auto");
@@ -145,6 +145,11 @@ void warn_of_missing_sequences(Job& job, const Input& input, const QualityCounts
                       "--min-length 2 leaves them out");
 }
 
+std::string kind_word(Kind kind) {
+  if (kind == Kind::kFastq) return "fastq";
+  return kind == Kind::kSam ? "sam" : "bam";
+}
+
 Json scan(Job& job, const std::string& file, const std::string& name, const QualityOptions& options,
           ScanSettings settings) {
   const Input input(job, file, {Kind::kFastq, Kind::kBam, Kind::kSam});
@@ -153,23 +158,31 @@ Json scan(Job& job, const std::string& file, const std::string& name, const Qual
   // In SAM and BAM files the format has fixed the encoding.
   const EncodingChoice choice =
       input.kind() == Kind::kFastq ? encoding_choice(options) : EncodingChoice::kPhred33;
-  Sample sample{name, input.name(), input.kind(), {}};
-  const double min_average = settings.min_average;
+  Sample sample{name, input.name(), kind_word(input.kind()), {}};
+  const double min_average = settings.min_average.value_or(0);
   // The encoding decides which averages are low, so all reads must be seen for it first.
   if (choice == EncodingChoice::kAuto) settings.min_average = 0;
-  if (choice == EncodingChoice::kPhred64 && min_average > 0) settings.min_average += '@' - '!';
-  std::optional<QualityCounts> counts(std::in_place, job, input, settings);
-  sample.encoding = encoding_of(choice, all_qualities(*counts), input.name());
+  if (choice == EncodingChoice::kPhred64 && min_average > 0) {
+    settings.min_average = min_average + ('@' - '!');
+  }
+  std::optional<QualityCounts> counts(scan_qualities(job, input, settings));
+  if (const auto character = report::impossible_character(choice, all_qualities(*counts))) {
+    throw Failure(
+        input.name(),
+        "the quality character " + std::string(1, *character) + " does not occur in phred+64", {},
+        "use --encoding 33, or auto to have the file tell");
+  }
+  sample.encoding = encoding_of(choice, all_qualities(*counts));
   if (input.kind() == Kind::kFastq) {
     warn_of_encoding(job, input, sample.encoding, all_qualities(*counts));
   }
   if (choice == EncodingChoice::kAuto && min_average > 0) {
     settings.min_average = min_average + sample.encoding.shift();
     counts.reset();
-    counts.emplace(job, input, settings);
+    counts.emplace(scan_qualities(job, input, settings));
   }
   warn_of_missing_sequences(job, input, *counts);
-  return sample_document(sample, *counts, settings.from, options.no_groups);
+  return sample_document(sample, *counts, settings);
 }
 
 // ---- Outputs -----------------------------------------------------------------------------------
@@ -209,14 +222,14 @@ void print(Output& out, const Json& sample) {
   };
   const auto text = [&](const char* key) {
     const Json& value = sample[key];
-    return value.is_string() ? value.get<std::string>() : number_text(value);
+    return value.is_string() ? value.get<std::string>() : report::number_text(value);
   };
   line("sample", text("name"));
   line("encoding", sample["encoding"]["text"].get<std::string>());
   line("reads", text("reads"));
   line("bases", text("bases"));
   for (const char* key : {"min", "median", "mean", "max"}) {
-    line(std::string(key) + " length", number_text(sample["length"][key]));
+    line(std::string(key) + " length", report::number_text(sample["length"][key]));
   }
   line("mean quality", text("mean_quality"));
   line("bases of quality 20 or more", text("q20_percent") + '%');
@@ -225,8 +238,8 @@ void print(Output& out, const Json& sample) {
   line("verdict", text("status"));
   for (const Json& verdict : sample["verdicts"]) {
     line("  " + verdict["status"].get<std::string>(),
-         verdict["title"].get<std::string>() + ": " + value_text(verdict) + ' ' +
-             verdict["text"].get<std::string>() + "; " + limits_text(verdict));
+         verdict["title"].get<std::string>() + ": " + report::value_text(verdict) + ' ' +
+             verdict["text"].get<std::string>() + "; " + report::limits_text(verdict));
   }
 }
 
@@ -235,29 +248,25 @@ int run(const QualityOptions& options, Job& job) {
   const std::vector<std::string> names = sample_names(options.files);
   const std::string page = options.report ? page_template() : "";
   check_outputs(options, names);
-  std::optional<Target> report;
+  std::optional<Target> target;
   if (options.report) {
-    report.emplace(job, *options.report, Target::Content::kText,
+    target.emplace(job, *options.report, Target::Content::kText,
                    options.force ? Target::Existing::kReplaced : Target::Existing::kKept,
                    std::initializer_list<const Input*>{});
   }
-  const bool page_to_standard_output = report && report->is_standard_output();
+  const bool page_to_standard_output = target && target->is_standard_output();
   if (page_to_standard_output && job.json()) {
     throw UsageError("--json and --report -: standard output has room for one of the two");
   }
 
-  Json document = {{"format", "readkit-quality"},
-                   {"version", 1},
-                   {"readkit", version()},
-                   {"settings", settings_json(options, settings)},
-                   {"samples", Json::array()}};
+  Json document = report::quality_document(version(), settings);
   Json& samples = document["samples"];
   for (std::size_t i = 0; i < names.size(); ++i) {
     samples.push_back(scan(job, options.files[i], names[i], options, settings));
   }
 
-  if (report) {
-    report->write_here([&](Output& out) { out.append(quality_page(document, page)); });
+  if (target) {
+    target->write_here([&](Output& out) { out.append(report::quality_page(document, page)); });
   }
   if (options.fastqc_folder) {
     for (const Json& sample : samples) write_fastqc_data(job, *options.fastqc_folder, sample);

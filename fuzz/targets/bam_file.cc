@@ -53,6 +53,17 @@ Inputs seeded_order(const Job& job) {
   return list;
 }
 
+// Two regions that overlap.
+Inputs fields_of_regions(const Job& job) {
+  const double first = job.first;
+  return inputs(
+      text(job.file), text(job.index),
+      host::make_cell_of_texts({"Flag", "Position", "EndPosition", "MappingQuality", "MatePosition",
+                                "QueryLength", "Header", "Signature", "Sequence", "Quality"}),
+      host::make_column<double>({0, 0}), host::make_column<double>({1, first}),
+      host::make_column<double>({job.second * 100.0, first + job.second}));
+}
+
 const Way kWays[] = {
     {"getNumReferences", getNumReferences, 1, [](const Job& j) { return inputs(text(j.file)); }},
     {"getReferenceID", getReferenceID, 1,
@@ -82,6 +93,7 @@ const Way kWays[] = {
     {"kxCheck", kxCheck, 1, [](const Job& j) { return inputs(text(j.file)); }},
     {"kxCheck, index", kxCheck, 1,
      [](const Job& j) { return inputs(text(j.file), text(j.index)); }},
+    {"kxFields", kxFields, 12, fields_of_regions},
 };
 
 // An index of another number of references than most files have, which is passed over, and one of

@@ -43,6 +43,7 @@ constexpr Called kCalled[] = {
     {"convertFormat", convertFormat, 0},
     {"samWrite", samWrite, 0},
     {"bamIndex", bamIndex, 0},
+    {"kxFields", kxFields, 16},
 };
 
 // The process's folder as the working folder, in which the fuzzer's own files are not.

@@ -14,7 +14,7 @@ Positions are 1-based and inclusive, records and references are counted from 0. 
 has the functions underneath, with rules of their own. Errors are `readkit.Error`.
 """
 
-from readkit import cluster, errors, gateway
+from readkit import cluster, errors, gateway, qualities
 from readkit._readkit import TextColumn, __version__
 from readkit.bam_file import BamFile, Counts, Starts
 from readkit.checks import Check, check

@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import contextlib
-import html
 import os
 import shutil
 import threading
@@ -14,6 +13,7 @@ import numpy as np
 from readkit import gateway
 from readkit.checks import Check, check
 from readkit.errors import error_of
+from readkit.notebooks import bytes_text, facts_html, rows_html
 from readkit.outputs import whole_output
 from readkit.progress import Progress, watching
 from readkit.regions import Reference
@@ -201,14 +201,26 @@ class AlignmentFile:
         return f"<{self.kind} file {self.path!r}: {count} reference{'' if count == 1 else 's'}>"
 
     def _repr_html_(self) -> str:
-        shown = self.references[:10]
-        rows = "".join(f"<tr><td>{html.escape(name)}</td><td>{length:,}</td></tr>"
-                       for name, length in shown)
-        more = len(self.references) - len(shown)
-        rest = f"<p>and {more:,} more</p>" if more else ""
-        return (f"<p><b>{self.kind} file</b> <code>{html.escape(self.path)}</code></p>"
-                "<table><thead><tr><th>reference</th><th>bases</th></tr></thead>"
-                f"<tbody>{rows}</tbody></table>{rest}")
+        with self._lock:
+            references = self.references
+            # What is not known yet would take a reading of the file.
+            scan = self._kept.get("scan")
+        facts = [("size", bytes_text(os.path.getsize(self.path))),
+                 ("references", f"{len(references):,}, {sum(r.length for r in references):,} bases"),
+                 *self._facts()]
+        if scan is not None:
+            facts += [("records", f"{int(scan[1].sum()) + scan[2]:,}, {scan[2]:,} without a reference"),
+                      ("order", "by coordinate" if scan[0] else "other than by coordinate")]
+        titles = ["reference", "bases"] + ([] if scan is None else ["records"])
+        rows = [[name, f"{length:,}"] + ([] if scan is None else [f"{scan[1][i]:,}"])
+                for i, (name, length) in enumerate(references[:10])]
+        rest = len(references) - len(rows)
+        return (facts_html(f"{self.kind} file {self.path}", facts) + rows_html(titles, rows)
+                + (f"<p>and {rest:,} more</p>" if rest else ""))
+
+    def _facts(self) -> list[tuple[str, str]]:
+        """What else there is to say in notebooks."""
+        return []
 
 
 def record_numbers(records: Sequence[int] | np.ndarray[Any, Any]) -> np.ndarray[Any, Any]:

@@ -67,6 +67,9 @@ _SIGNATURES = {
     "kxBamShuffle": "kxBamShuffle(bam, base)",
     "kxBamShuffleSeeded": "kxBamShuffleSeeded(bam, base, seed)",
     "kxCheck": "result = kxCheck(file[, index])",
+    "kxFields": (
+        "counts, rows, fields = kxFields(bam, index, names, references, firsts, lasts[, ordinals])"
+    ),
 }
 
 

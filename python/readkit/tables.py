@@ -8,6 +8,7 @@ import numpy as np
 
 from readkit import _readkit
 from readkit._readkit import TextColumn
+from readkit.notebooks import bytes_text
 
 if TYPE_CHECKING:
     import pandas  # type: ignore[import]
@@ -48,6 +49,9 @@ class Table(Mapping[str, Column]):
         other."""
         columns = {name: _joined([table[name] for table in tables]) for name in tables[0]}
         return Table(columns, sum(table.rows for table in tables))
+    def select(self, names: Sequence[str]) -> Table:
+        """The table of these columns."""
+        return Table({name: self._columns[name] for name in names}, self.rows)
 
     def to_pandas(self) -> pandas.DataFrame:
         """A DataFrame; texts become object columns."""
@@ -69,7 +73,9 @@ class Table(Mapping[str, Column]):
 
     def _repr_html_(self) -> str:
         first = self.take(np.arange(min(self.rows, 10)))
-        return str(first.to_pandas().to_html(notebook=True))
+        return (str(first.to_pandas().to_html(notebook=True, max_rows=None))
+                + f"<p>{self.rows:,} rows × {len(self)} columns, "
+                  f"{bytes_text(sum(column.nbytes for column in self.values()))}</p>")
 
 
 def _joined(columns: list[Column]) -> Column:

@@ -6,6 +6,7 @@ import ctypes
 import gc
 import pathlib
 import pickle
+import sys
 
 import numpy as np
 import pytest
@@ -170,6 +171,26 @@ def test_texts_leave_no_host_arrays_behind(echo):
             echo(["a", "b"]).take([row])
 
 
+def test_columns_over_other_arrays_keep_them_and_check_them():
+    data, offsets = np.frombuffer(b"onetwo", np.uint8), np.array([0, 3, 3, 6])
+    column = _readkit.text_column(data, offsets)
+    references = sys.getrefcount(data)
+    assert column.to_list() == ["one", "", "two"]
+    assert column.data.__array_interface__["data"] == data.__array_interface__["data"]
+    capsules = column.__arrow_c_array__()
+    del column
+    assert values_of(*structures(capsules)) == [b"one", b"", b"two"]
+    del capsules
+    assert sys.getrefcount(data) == references - 1
+    for wrong in ([0, 3, 7], [0, 4, 3], [-1, 3], []):
+        with pytest.raises(ValueError):
+            _readkit.text_column(data, np.array(wrong, np.int64))
+    for array, places in ((data[::2], offsets), (data, offsets.astype(np.int32)),
+                          (data.reshape(2, 3), offsets), (data, offsets[::2])):
+        with pytest.raises(TypeError):
+            _readkit.text_column(array, places)
+
+
 # ---- Arrow -------------------------------------------------------------------------------------
 
 
@@ -326,7 +347,7 @@ def test_wrong_arguments_are_type_errors(call, kind):
 
 
 def test_functions_are_found_by_name():
-    assert len(readkit.gateway.names()) == 21
+    assert len(readkit.gateway.names()) == 22
     assert readkit.gateway.bamInfo.__name__ == "bamInfo" and "bamInfo(" in \
         readkit.gateway.bamInfo.__doc__
     with pytest.raises(AttributeError):

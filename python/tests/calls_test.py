@@ -99,7 +99,7 @@ def test_threads_call_at_the_same_time(reads_bam, tmp_path):
 
 def test_objects_work_in_forked_processes(reads_bam):
     bam = readkit.open(reads_bam)
-    own = bam._own_index()
+    own = bam._own_index().path
     child = os.fork()
     if child == 0:
         is_right = bam.starts("chr2").starts.tolist() == [11, 41, 41]
@@ -159,6 +159,15 @@ def test_signals_are_handled_during_a_call(long_bam):
     finally:
         signal.signal(signal.SIGALRM, before)
     assert handled and handled[0] < end
+
+
+def test_progress_shows_a_bar(long_bam, tmp_path, capsys):
+    pytest.importorskip("tqdm")
+    size = f"{os.stat(long_bam).st_size / 1e6:.1f}M"
+    ordered = readkit.open(long_bam).sort(tmp_path / "out.bam", progress=True)
+    shown = capsys.readouterr().err
+    assert "long.bam: 100%" in shown and f"{size}/{size}" in shown
+    assert ordered.records == 400_000
 
 
 def test_progress_tells_how_far_a_call_is_and_ends_it(long_bam, tmp_path):

@@ -22,8 +22,8 @@ from conftest import SANITIZED, real_files
 import readkit
 import readkit.cluster
 import slow_bam
-from readkit import gateway, indexes, outputs
-from readkit.cluster import (machines as machines_module, running, window_jobs, windowed_file,
+from readkit import gateway, outputs
+from readkit.cluster import (machines as machines_module, running, sections, window_jobs, windowed_file,
                              windows)
 
 REFERENCES = [("chr1", 400_000), ("empty", 100), ("chr:2", 300_000)]
@@ -307,7 +307,7 @@ def test_what_windows_cannot_give_one_worker_gives(machines, tmp_path):
     # An index that counts right, and says that the first record is one in the middle.
     data = bytearray(pathlib.Path(path + ".bai").read_bytes())
     at = data.index((37450).to_bytes(4, "little") + b"\2\0\0\0") + 8
-    places = windows.places_in(indexes.read_index(path + ".bai", 3).sections[:1])
+    places = windows.places_in(sections.read_sections(path + ".bai", 3).sections[:1])
     data[at : at + 8] = int(places[len(places) // 2]).to_bytes(8, "little")
     pathlib.Path(path + ".bai").write_bytes(data)
     assert_equal(machines.open(path).starts("chr1"), bam.starts("chr1"))
@@ -394,7 +394,7 @@ def test_spans_are_whole_blocks_and_their_ends(tmp_path):
     path = write_reads(tmp_path / "reads.bam", 10, in_block=4)
     bam = readkit.open(path)
     bam.index()
-    index = indexes.read_index(path + ".bai", 3)
+    index = sections.read_sections(path + ".bai", 3)
     first = windows.first_record(path)
     size = os.stat(path).st_size
     for window in (1, 1000, 10**9):

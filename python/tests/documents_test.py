@@ -4,8 +4,10 @@ from __future__ import annotations
 
 import doctest
 import importlib.util
+import os
 import pathlib
 import re
+import unittest.mock
 
 import numpy as np
 import pytest
@@ -13,6 +15,7 @@ import pytest
 import readkit
 from conftest import SANITIZED
 
+NOT_DRAWN_HERE = "the pictures were drawn by another version of matplotlib"
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
@@ -41,6 +44,37 @@ def test_the_examples_of_the_how_to_pages_are_right(in_folder):
     for page in pages:
         failed, tried = doctest.testfile(str(page), module_relative=False)
         assert tried > 0 and failed == 0, page
+
+
+@pytest.fixture
+def drawing(monkeypatch):
+    """Has matplotlib draw the same bytes each time."""
+    matplotlib = pytest.importorskip("matplotlib")
+    monkeypatch.setenv("SOURCE_DATE_EPOCH", "0")
+    with matplotlib.rc_context({"backend": "Agg", "svg.hashsalt": "readkit", "svg.fonttype": "none"}):
+        yield matplotlib
+        from matplotlib import pyplot
+
+        pyplot.close("all")
+
+
+@pytest.mark.skipif(SANITIZED, reason="its examples are those of the other pages")
+def test_the_tour_is_right_and_draws_its_pictures(in_folder, drawing):
+    import simulated_reads
+
+    with unittest.mock.patch("sys.argv", ["", "mixed.bam"]):
+        simulated_reads.main()
+    pathlib.Path("reads.bam").unlink()
+    failed, tried = doctest.testfile(str(ROOT / "docs/python-tutorial.md"), module_relative=False)
+    assert tried > 40 and failed == 0
+    for name in ("quality", "fragments", "coverage"):
+        committed = ROOT / f"docs/images/python-{name}.svg"
+        drawn = pathlib.Path(f"{name}.svg").read_bytes()
+        if "READKIT_DRAW" in os.environ:
+            committed.write_bytes(drawn)
+        if f"Matplotlib v{drawing.__version__}," not in committed.read_text():
+            pytest.skip(NOT_DRAWN_HERE)
+        assert drawn == committed.read_bytes(), f"{committed} shows something else"
 
 
 def test_the_examples_of_the_modules_are_right(in_folder):

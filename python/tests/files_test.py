@@ -78,8 +78,23 @@ def test_objects_give_what_a_slow_reading_gives(tmp_path, lines, first, width, d
         overlapping = [r for r in there if r.first <= last and r.last >= first]
         region = f"{name}:{first}-{last}"
         check_table(bam.fields(region=region), overlapping)
+        assert bam.fields(region=region, names=[]).rows == len(overlapping)
         read = [line.split("\t")[0] for line in bam.reads(region).splitlines()]
         assert read == [r.name for r in overlapping]
+    check_regions(bam, records, data)
+
+
+def check_regions(bam, records, data):
+    """Many regions at once, in any order, again and again, and empty ones."""
+    wanted = data.draw(st.lists(st.tuples(
+        st.integers(0, 2), st.integers(1, 400_000), st.integers(0, 60_000)), max_size=20))
+    regions = [(index, first, first + width) for index, first, width in wanted] * 2
+    table = bam.fields(regions=[f"{REFERENCES[index][0]}:{first}-{last}"
+                                for index, first, last in regions])
+    expected = [(number, r) for number, (index, first, last) in enumerate(regions) for r in records
+                if r.reference == index and r.first <= last and r.last >= first]
+    assert table["Region"].tolist() == [number for number, _ in expected]
+    check_table(table, [r for _, r in expected])
 
 
 def check_table(table, records):
@@ -248,52 +263,123 @@ def test_checks_tell_what_is_wrong(reads_bam, tmp_path):
 # ---- Indexes -------------------------------------------------------------------------------------
 
 
-def test_an_index_that_misses_records_is_not_used(tmp_path):
+@pytest.fixture
+def all_indexes(monkeypatch):
+    """Has small files' indexes looked at, too."""
+    monkeypatch.setattr(indexes, "SMALL", 0)
+
+
+WIDE = [f"record{i + 1}\t0\tchr1\t{16384 * i + 1}\t60\t5M\t*\t0\t0\tACGTA\t*"
+        for i in range(18)]
+
+
+def test_an_index_that_misses_records_is_not_used(tmp_path, all_indexes):
     path = str(tmp_path / "wide.bam")
-    slow_bam.write(path, [("chr1", 10**6)], [
-        f"record{i + 1}\t0\tchr1\t{16384 * i + 1}\t60\t5M\t*\t0\t0\tACGTA\t*" for i in range(18)], 1)
+    slow_bam.write(path, [("chr1", 10**6)], WIDE, 1)
     gateway.bamIndex(path, path + ".bai")
     starts = gateway.getStartsInReference(path, path, 0)
     # What there is to be protected from.
     wrong = gateway.getFeatures(path, path, "Header", 0, np.array([10, 11, 17], np.uint32), starts - 1)
     assert wrong.to_list() == ["record16", "record17", None]
-    assert indexes.counts_of(path + ".bai", 1) is None
+    assert indexes.index_beside(path, 1) is None
     bam = readkit.open(path)
     right = bam.fields("chr1", "Header", records=[9, 10, 16])["Header"].to_list()
     assert right == ["record10", "record11", "record17"]
     # Even if its gaps did not give it away.
-    bam.close()
-    bam._remember("index", lambda: (path + ".bai", [18]))
-    assert bam.fields("chr1", "Header", records=[9, 10, 16])["Header"].to_list() == right
-    bam._kept["index"] = path + ".bai", [18]
+    for method in (lambda: bam.fields("chr1", "Header", records=[9, 10, 16])["Header"].to_list(),
+                   lambda: bam.fields("chr1", "Header").take(np.array([9, 10, 16]))[
+                       "Header"].to_list()):
+        bam.close()
+        bam._remember("index", lambda: indexes.Index(path + ".bai", [17]))
+        assert method() == right
+    bam._kept["index"] = indexes.Index(path + ".bai", [18])
     assert bam.reads("chr1:147457-262145").count("\n") == 8
 
 
-def test_indexes_of_other_tools_are_read(reads_bam, tmp_path):
+# What must not be taken for the index of a file: each changes the index of `WIDE`, or the file.
+def other_file(path, index):
+    slow_bam.write(path, [("chr1", 10**6)], [line.replace("5M", "4M1S") for line in WIDE], 2)
+
+
+def shifted_file(path, index):
+    slow_bam.write(path, [("chr1", 10**6)],
+                   [line.replace(f"\t{16384 * 17 + 1}\t", f"\t{16384 * 18 + 1}\t")
+                    for line in WIDE], 1)
+
+
+def window_left_out(path, index):
+    data = bytearray(index)
+    data[-8 * 5:-8 * 4] = bytes(8)
+    pathlib.Path(path + ".bai").write_bytes(data)
+
+
+def first_window_left_out(path, index):
+    data = bytearray(index)
+    data[-8 * 19:-8 * 18] = bytes(8)
+    pathlib.Path(path + ".bai").write_bytes(data)
+
+
+def older(path, index):
+    os.utime(path + ".bai", ns=(0, os.stat(path).st_mtime_ns - 10**9))
+
+
+@pytest.mark.parametrize("change", [other_file, shifted_file, window_left_out,
+                                    first_window_left_out, older])
+def test_an_index_that_does_not_belong_to_its_file_is_not_used(tmp_path, all_indexes, change):
+    path = str(tmp_path / "wide.bam")
+    slow_bam.write(path, [("chr1", 10**6)], WIDE, 1)
+    readkit.open(path).index()
+    assert indexes.index_beside(path, 1).counts == [18]
+    change(path, pathlib.Path(path + ".bai").read_bytes())
+    if change is not older:
+        os.utime(path + ".bai", ns=(0, os.stat(path).st_mtime_ns + 10**9))
+    assert indexes.index_beside(path, 1) is None
+    records = slow_bam.read(path)[1]
+    assert readkit.open(path).starts("chr1").starts.tolist() == [r.first for r in records]
+
+
+def test_indexes_of_other_tools_are_read(reads_bam, tmp_path, all_indexes):
     bam = readkit.open(reads_bam)
     assert bam.index() == reads_bam + ".bai"
-    assert indexes.counts_of(reads_bam + ".bai", 2) == [5, 3]
-    assert indexes.counts_of(reads_bam + ".bai", 3) is None
+    assert indexes.index_beside(reads_bam, 2).counts == [5, 3]
+    assert indexes.index_beside(reads_bam, 3) is None
     data = pathlib.Path(reads_bam + ".bai").read_bytes()
     for end in range(len(data) - 8):
-        (tmp_path / "cut.bai").write_bytes(data[:end])
-        assert indexes.counts_of(str(tmp_path / "cut.bai"), 2) is None
-    os.utime(reads_bam, ns=(0, os.stat(reads_bam + ".bai").st_mtime_ns + 10**9))
-    assert not indexes.is_fresh(reads_bam + ".bai", reads_bam)
+        pathlib.Path(reads_bam + ".bai").write_bytes(data[:end])
+        assert indexes.index_beside(reads_bam, 2) is None
+
+
+@quick
+@given(sam_lines(), st.integers(1, 400_000), st.integers(0, 60_000), st.integers(1, 40))
+@needs_pysam
+def test_indexes_that_leave_unmapped_records_out_of_windows_miss_none(
+        tmp_path, monkeypatch, lines, first, width, in_block):
+    monkeypatch.setattr(indexes, "SMALL", 0)
+    path = str(tmp_path / "lines.bam")
+    slow_bam.write(path, REFERENCES, lines, in_block)
+    pysam.index(path)
+    bam = readkit.open(path)
+    _, records = slow_bam.read(path)
+    for index, (name, _) in enumerate(REFERENCES):
+        there = [r for r in records if r.reference == index]
+        last = first + width
+        check_table(bam.fields(region=f"{name}:{first}-{last}"),
+                    [r for r in there if r.first <= last and r.last >= first])
+        check_table(bam.fields(name), there)
 
 
 @needs_pysam
-def test_indexes_that_pysam_makes_are_used(reads_bam):
+def test_indexes_that_pysam_makes_are_used(reads_bam, all_indexes):
     pysam.index(reads_bam)
     bam = readkit.open(reads_bam)
-    assert bam._index() == (reads_bam + ".bai", [5, 3])
+    assert (bam._index().path, bam._index().counts) == (reads_bam + ".bai", [5, 3])
     assert bam.fields("chr2", "Header")["Header"].to_list() == ["clipped", "half", "half"]
 
 
 def test_an_own_index_goes_with_what_is_kept(reads_bam):
     with readkit.open(reads_bam) as bam:
         bam.starts("chr1")
-        own = bam._index()[0]
+        own = bam._index().path
         assert os.path.exists(own)
     assert not os.path.exists(own) and not os.path.exists(os.path.dirname(own))
     assert bam.starts("chr1").flags.tolist() == [99, 0, 16, 147, 2048]
@@ -343,7 +429,10 @@ def test_wrong_records_and_fields_are_errors(reads_bam):
     with pytest.raises(readkit.errors.UnknownFeatureType):
         bam.fields("chr1", ["MateIndex"])
     for wrong in (lambda: bam.fields(), lambda: bam.fields("chr2", region="chr1:1-2"),
-                  lambda: bam.fields(region="chr1:1-2", records=[1])):
+                  lambda: bam.fields(region="chr1:1-2", records=[1]),
+                  lambda: bam.fields(region="chr1:1-2", regions=["chr1:1-2"]),
+                  lambda: bam.fields("chr1", regions=["chr1:1-2"]),
+                  lambda: bam.fields(regions="chr1:1-2")):
         with pytest.raises(TypeError):
             wrong()
     assert bam.fields("chr1", "Flag", records=[True, False, False, False, True])["Flag"].tolist() \
@@ -355,8 +444,11 @@ def test_objects_show_what_they_are(reads_bam, tmp_path):
     with readkit.open(pathlib.Path(reads_bam)) as bam:
         assert os.fspath(bam) == reads_bam and gateway.getNumReferences(bam)[0] == 2
         assert repr(bam) == f"<BAM file {reads_bam!r}: 2 references>"
-        assert "<td>5,000</td>" in bam._repr_html_()
-        assert "<td>60</td>" in bam.fields("chr1")._repr_html_()
+        assert all(text in bam._repr_html_() for text in (">5,000<", "none beside it", "8,000 bases"))
+        assert bam.records == 9
+        assert all(text in bam._repr_html_() for text in ("9, 1 without a reference", ">3<"))
+        shown = bam.fields("chr1")._repr_html_()
+        assert "<td>60</td>" in shown and "5 rows × 10 columns, " in shown
         frame = bam.fields("chr1", ["Header", "Flag"]).to_pandas()
         assert frame["Flag"].dtype == np.uint16 and frame["Header"][2] == "spliced"
         assert pickle.loads(pickle.dumps(bam)).references == bam.references

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ast
+import os
 import pathlib
 import subprocess
 import sys
@@ -25,8 +26,23 @@ def test_types_are_complete_and_agree_with_each_other(tmp_path):
     assert result.returncode == 0, result.stdout + result.stderr
 
 
+@pytest.mark.skipif(SANITIZED, reason="mypy has nothing to do with sanitizers")
+def test_the_stub_describes_the_module(tmp_path):
+    pytest.importorskip("mypy")
+    # What every class of the extension module has, and no stub can say.
+    allowed = tmp_path / "allowed"
+    allowed.write_text("readkit._readkit.Library\nreadkit._readkit.TextColumn\n"
+                       "readkit._readkit.TextColumn.__init__\n")
+    result = subprocess.run(
+        [sys.executable, "-B", "-m", "mypy.stubtest", "readkit._readkit", "--allowlist", allowed],
+        capture_output=True, text=True, cwd=tmp_path,
+        env={**os.environ, "PYTHONPATH": str(FOLDER.parent), "MYPYPATH": str(FOLDER.parent)})
+    assert result.returncode == 0, result.stdout + result.stderr
+
+
 def names_in(tree):
-    return {node.name for node in tree.body if isinstance(node, (ast.FunctionDef, ast.ClassDef))}
+    return {node.name for node in tree.body if isinstance(node, (ast.FunctionDef, ast.ClassDef))} | {
+        node.target.id for node in tree.body if isinstance(node, ast.AnnAssign)}
 
 
 def test_the_stub_has_what_the_module_has():

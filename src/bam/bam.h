@@ -51,6 +51,9 @@ class BAM : public Alignment {
   bool at_end() const { return at_end_; }
   /// Seeks to the first record.
   void rewind() { stream_.seek(first_record_); }
+  /// The virtual offset of the next record; seeks to one. Raise as BGZF does.
+  std::uint64_t tell() const { return stream_.tell(); }
+  void seek(std::uint64_t offset) { stream_.seek(offset); }
 
   /// Write the header, and then the records, unflushed; true when the stream took all.
   bool write(const BamHeader& header) { return header.write(stream_); }
@@ -122,6 +125,11 @@ class BAM : public Alignment {
 
   using Predicate = std::function<bool(const Alignment&)>;
 
+  /// The chunks of the region, from the index. REQUIRES: there is one.
+  std::vector<Chunk> find_chunks(int ref, int beg, int end) {
+    return index_file_ ? index_file_->find_chunks(ref, beg, end)
+                       : index_.find_chunks(ref, beg, end);
+  }
   /// Takes the chunks of the region from the index; does not seek.
   void index_find_init(int ref, int beg, int end);
   /// Reads the next record of those chunks, overlapping or not; false when there is none left.

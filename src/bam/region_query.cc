@@ -7,8 +7,7 @@
 namespace readkit {
 
 void BAM::index_find_init(int ref, int beg, int end) {
-  chunks_ =
-      index_file_ ? index_file_->find_chunks(ref, beg, end) : index_.find_chunks(ref, beg, end);
+  chunks_ = find_chunks(ref, beg, end);
   cur_chunk_ = -1;
 }
 

@@ -10,6 +10,7 @@
 #include "core/errors.h"
 #include "core/file.h"
 #include "core/memory.h"
+#include "core/monitor.h"
 
 namespace readkit {
 namespace {
@@ -100,12 +101,13 @@ void RunBuffer::clear() {
 }
 
 // A radix sort from the lowest digit of the key to the highest: stable, and a digit that all keys
-// share costs no pass.
+// share costs no pass. When it may not go on, what comes next is a write that fails.
 void RunBuffer::sort() {
   const auto by_key = [](const Handle& a, const Handle& b) { return a.key < b.key; };
   if (std::is_sorted(handles_.begin(), handles_.end(), by_key)) return;
   std::vector<Handle> sorted(handles_.size());
   for (int shift = 0; shift < 64; shift += kDigitBits) {
+    if (!Transfers::allow_work()) return;
     const auto digit = [shift](const Handle& h) { return h.key >> shift & (kDigits - 1); };
     std::array<std::size_t, kDigits> places{};
     for (const Handle& handle : handles_) ++places[digit(handle)];

@@ -49,7 +49,8 @@ class RunBuffer {
   /// Forgets the records and lets go of their memory.
   void clear();
 
-  /// Puts the records into coordinate order; equal records keep their order.
+  /// Puts the records into coordinate order; equal records keep their order. A call that its host
+  /// ends leaves them in any order, and can write none.
   void sort();
   /// Puts the records into a random order, each equally likely.
   void shuffle(std::mt19937& random);

@@ -11,17 +11,22 @@ struct Watch {
 
 thread_local Watch watch;
 
+bool ask(const kxTransfer& transfer) {
+  if (watch.monitor == nullptr) return true;
+  if (watch.has_ended) return false;
+  watch.has_ended = !watch.monitor(watch.context, &transfer);
+  return !watch.has_ended;
+}
+
 }  // namespace
 
 bool Transfers::are_watched() { return watch.monitor != nullptr; }
 
 bool Transfers::allow(std::uint64_t position) const {
-  if (watch.monitor == nullptr) return true;
-  if (watch.has_ended) return false;
-  const kxTransfer transfer{path_.c_str(), position, are_writes_};
-  watch.has_ended = !watch.monitor(watch.context, &transfer);
-  return !watch.has_ended;
+  return ask({.path = path_.c_str(), .position = position, .is_write = are_writes_});
 }
+
+bool Transfers::allow_work() { return ask({.path = "", .position = 0, .is_write = false}); }
 
 }  // namespace readkit
 

@@ -1,5 +1,5 @@
-// A host's view of a call that takes long: every large read and write is shown to it, and it may
-// end the call.
+// A host's view of a call that takes long: every large read and write is shown to it, and every
+// while of work in memory, and it may end the call.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +10,9 @@
 
 extern "C" {
 
-/// A read or write of many bytes that is about to happen.
+/// A read or write of many bytes that is about to happen; or, without a name, work in memory.
 struct kxTransfer {
-  const char* path;        ///< The file's native name; valid during the call that shows it.
+  const char* path;        ///< The file's native name, or ""; valid during the call that shows it.
   std::uint64_t position;  ///< The offset in the file, in bytes, at which it begins.
   bool is_write;
 };
@@ -40,6 +40,9 @@ class Transfers {
 
   /// Whether the next transfer may happen, at this offset of the file.
   bool allow(std::uint64_t position) const;
+
+  /// Whether work in memory may go on, for those who do it for more than some 50 ms.
+  static bool allow_work();
 
   /// Whether somebody watches this thread, for those to whom an offset is not free.
   static bool are_watched();

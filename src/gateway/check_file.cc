@@ -11,16 +11,6 @@
 namespace readkit {
 namespace {
 
-template <std::size_t kCount>
-matrix::Owned make_structure(const std::array<const char*, kCount>& names) {
-  return matrix::Owned(txCreateStructMatrix(1, 1, kCount, names.data()));
-}
-
-void set_field(const matrix::Owned& structure, const char* name, matrix::Owned value) {
-  txSetField(structure.get(), 0, name, value.get());
-  static_cast<void>(value.release());
-}
-
 matrix::Owned number(std::uint64_t value) {
   return matrix::Owned(txCreateDoubleScalar(static_cast<double>(value)));
 }

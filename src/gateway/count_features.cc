@@ -10,6 +10,7 @@
 
 #include "bam/bam.h"
 #include "core/errors.h"
+#include "core/monitor.h"
 #include "gateway/arguments.h"
 #include "gateway/gateways.h"
 #include "gateway/results.h"
@@ -172,23 +173,32 @@ matrix::Owned make_tallies(const Tallies& t) {
   return cells;
 }
 
+// A million texts take a while, in which nothing is read.
+void require_work_allowed(std::size_t row, const BAM& bam) {
+  constexpr std::size_t kBetween = std::size_t{1} << 16;
+  if (row % kBetween == 0 && !Transfers::allow_work()) throw BAMRead(bam.path().text());
+}
+
 matrix::Owned make_reference_names(const KeptRecords& kept, const BAM& bam) {
   const std::span<const std::int32_t> references = kept.references.values();
   matrix::Owned cells = make_cells(references.size());
   for (std::size_t row = 0; row < references.size(); ++row) {
+    require_work_allowed(row, bam);
     const int id = references[row];
     set_text(cells, row, id < 0 ? Alignment::FieldMissingStr : bam.header().get_ref(id).name());
   }
   return cells;
 }
 
-void make_text_outputs(const KeptRecords& kept, txArray** names_slot, txArray** cigars_slot) {
+void make_text_outputs(const KeptRecords& kept, const BAM& bam, txArray** names_slot,
+                       txArray** cigars_slot) {
   matrix::Owned names = make_cells(kept.size());
   matrix::Owned cigars = make_cells(kept.size());
   const std::span<const std::uint32_t> name_lengths = kept.name_lengths.values();
   const std::span<const std::uint32_t> cigar_lengths = kept.cigar_lengths.values();
   std::string_view rest(kept.texts.values().data(), kept.texts.size());
   for (std::size_t row = 0; row < kept.size(); ++row) {
+    require_work_allowed(row, bam);
     set_text(names, row, rest.substr(0, name_lengths[row]));
     rest.remove_prefix(name_lengths[row]);
     set_text(cigars, row, rest.substr(0, cigar_lengths[row]));
@@ -220,7 +230,7 @@ void getFeatureCountData(int nlhs, txArray* plhs[], int nrhs, const txArray* prh
   if (counter.needs_nh()) throw AllNHTagsMissing(bam.path().text());
 
   KeptRecords& kept = counter.kept();
-  make_text_outputs(kept, &plhs[0], &plhs[1]);
+  make_text_outputs(kept, bam, &plhs[0], &plhs[1]);
   set_output(&plhs[2], take_column(kept.starts));
   set_output(&plhs[3], take_column(kept.ends));
   set_output(&plhs[4], make_reference_names(kept, bam));

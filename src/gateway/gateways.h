@@ -41,6 +41,7 @@ READKIT_GATEWAY(kxBamIndexComplete);
 READKIT_GATEWAY(kxBamShuffle);
 READKIT_GATEWAY(kxBamShuffleSeeded);
 READKIT_GATEWAY(kxCheck);
+READKIT_GATEWAY(kxFields);
 
 #undef READKIT_GATEWAY
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -24,6 +25,8 @@ template <>
 inline constexpr txClassID kClassOf<std::int32_t> = txINT32_CLASS;
 template <>
 inline constexpr txClassID kClassOf<std::uint32_t> = txUINT32_CLASS;
+template <>
+inline constexpr txClassID kClassOf<std::int64_t> = txINT64_CLASS;
 template <>
 inline constexpr txClassID kClassOf<std::uint64_t> = txUINT64_CLASS;
 template <>
@@ -59,6 +62,14 @@ matrix::Owned take_column(HostValues<T>& values) {
   txSetM(column.get(), rows);
   return column;
 }
+
+/// A 1-by-1 structure with these fields, which are empty.
+template <std::size_t kCount>
+matrix::Owned make_structure(const std::array<const char*, kCount>& names) {
+  return matrix::Owned(txCreateStructMatrix(1, 1, kCount, names.data()));
+}
+/// Stores `value` in a field of such a structure.
+void set_field(const matrix::Owned& structure, const char* name, matrix::Owned value);
 
 /// A column of `rows` empty cells.
 matrix::Owned make_cells(std::size_t rows);

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "bam/bam.h"
+#include "core/monitor.h"
 #include "support/expect_kind.h"
 #include "support/sort_words.h"
 
@@ -175,6 +176,31 @@ TEST(RunBuffer, RandomKeysOfAllBitsAreSorted) {
     records.push_back(record_at(static_cast<int>(random()), static_cast<int>(random())));
   }
   expect_sorted_as_by_the_standard(records);
+}
+
+// Ordering two million records took longer than a person waits, and nobody was asked meanwhile.
+TEST(RunBuffer, SortAsksWhetherItMayGoOn) {
+  struct Asked {
+    int count = 0;
+    bool may_go_on = true;
+  } asked;
+  const auto ask = [](void* context, const kxTransfer* transfer) {
+    EXPECT_STREQ(transfer->path, "");
+    auto& self = *static_cast<Asked*>(context);
+    ++self.count;
+    return self.may_go_on;
+  };
+  for (const bool may_go_on : {true, false}) {
+    RunBuffer run(RunLimits::for_any_machine());
+    for (int i = 0; i < 10; ++i) run.add(record_at(i % 3, 100 - i, std::to_string(i)));
+    asked = {.count = 0, .may_go_on = may_go_on};
+    kxSetMonitor(ask, &asked);
+    run.sort();
+    kxSetMonitor(nullptr, nullptr);
+    EXPECT_EQ(blocks_of(run).size(), 10U);
+    // Once for each digit, or no more after the first.
+    EXPECT_EQ(asked.count, may_go_on ? 6 : 1);
+  }
 }
 
 TEST(RunBuffer, RecordsWithoutAReferenceComeLast) {

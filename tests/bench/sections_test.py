@@ -23,6 +23,7 @@ import kernels  # noqa: E402
 import memory  # noqa: E402
 import opening  # noqa: E402
 import opening_inputs  # noqa: E402
+import python_package  # noqa: E402
 import rows  # noqa: E402
 import sizes  # noqa: E402
 from answers import Answers, Mismatch  # noqa: E402
@@ -216,6 +217,37 @@ class Sections(unittest.TestCase):
         bench = argparse.Namespace(programs=Programs("/nowhere/readkit"))
         found = kernels.measured(bench, None)
         self.assertIn("not built", kernels.markdown(found))
+
+
+class InPython(unittest.TestCase):
+    """The Python package against pysam."""
+
+    def test_both_sides_values_are_the_same_lines(self):
+        sys.path.insert(0, str(pathlib.Path(python_package.__file__).parent / "peers"))
+        import in_python
+        starts = ((100, 101), (109, 105), (99, 0))
+        self.assertEqual(in_python.lines_of("readkit", "starts", starts),
+                         in_python.lines_of("pysam", "starts", [(99, 109, 99), (100, 105, 0)]))
+        table = {"Region": [0, 1], "Header": ["a", "b"], "Flag": [4, 0], "Position": [7, 9]}
+        self.assertEqual(in_python.lines_of("readkit", "regions", table),
+                         in_python.lines_of("pysam", "regions", [[("a", 4, 6)], [("b", 0, 8)]]))
+        self.assertNotEqual(in_python.lines_of("readkit", "regions", table),
+                            in_python.lines_of("pysam", "regions", [[("a", 4, 6), ("b", 0, 8)]]))
+
+    def test_reported(self):
+        rows_of = [{"name": "python-starts", "title": "starts", "reach": 0.25, "records": 7,
+                    "ratio": 0.5, "seconds": {"readkit": [1, 2, 3], "pysam": [4, 4, 4]},
+                    "result": rows.MISSED},
+                   {"name": "python-fields", "title": "fields", "reach": 0.25,
+                    "result": rows.FAILED, "why": "the values differ"}]
+        text = python_package.markdown({"rows": rows_of})
+        self.assertIn("| starts | 7 | 2.000 | 4.000 | 0.50 | 0.25 | missed |", text)
+        self.assertIn("FAILED: the values differ", text)
+        self.assertEqual(python_package.failed({"rows": rows_of}),
+                         ["python-fields: the values differ"])
+        skipped = {"rows": [], "result": rows.SKIPPED, "why": "pysam is not installed"}
+        self.assertIn("skipped: pysam is not installed", python_package.markdown(skipped))
+        self.assertEqual(python_package.failed(skipped), [])
 
 
 if __name__ == "__main__":

@@ -117,9 +117,11 @@ TEST(EntryPoints, ExtraFunctionsAreExportedButNotRegistered) {
   }
 }
 
-TEST(EntryPoints, CheckIsExportedButNotRegistered) {
-  EXPECT_TRUE(gateway_library().has("kxCheck"));
-  EXPECT_FALSE(gateway_library().has("seqlab.internal.readkit.kxCheck"));
+TEST(EntryPoints, CheckAndFieldsAreExportedButNotRegistered) {
+  for (const std::string name : {"kxCheck", "kxFields"}) {
+    EXPECT_TRUE(gateway_library().has(name));
+    EXPECT_FALSE(gateway_library().has("seqlab.internal.readkit." + name));
+  }
 }
 
 TEST(EntryPoints, LibraryLoadsTwiceAtATime) {

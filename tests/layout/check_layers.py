@@ -4,7 +4,7 @@
     check_layers.py ROOT
 
 core <- header <- records <- bam | sam <- convert | check <- gateway <- quality
-host -> gateway/tx_*.h, core        cli -> host, core        python -> host, core
+host -> gateway/tx_*.h, core        report -> host, core        cli, python -> report, host, core
 
 A file includes its own folder and those to its left. The sources of bam and sam may use each
 other's headers, their headers may not. Compression libraries, file handles, and raw new and delete
@@ -38,8 +38,8 @@ def may_include(user, name):
     folder = name.split("/")[0]
     if user.parts[0] == "host":
         return folder in ("host", "core") or re.fullmatch(r"gateway/tx_\w+\.h", name) is not None
-    if user.parts[0] in ("cli", "python"):
-        return folder in (user.parts[0], "host", "core")
+    if user.parts[0] in ("cli", "python", "report"):
+        return folder in (user.parts[0], "report", "host", "core")
     own = user.parts[1]
     if folder not in LEVEL:
         return False
@@ -50,7 +50,7 @@ def may_include(user, name):
 
 def exists(root, name):
     return (root / "src" / name).is_file() or (
-        name.split("/")[0] in ("host", "cli", "python") and (root / name).is_file())
+        name.split("/")[0] in ("host", "cli", "python", "report") and (root / name).is_file())
 
 
 def complaints_about(root, user):
@@ -83,7 +83,7 @@ def complaints_about(root, user):
 
 def check(root):
     root = pathlib.Path(root)
-    users = sources(root, ["src", "host", "cli", "python"])
+    users = sources(root, ["src", "host", "cli", "python", "report"])
     if not users:
         return [f"{root}: no sources"]
     return [complaint for user in users for complaint in complaints_about(root, user)]

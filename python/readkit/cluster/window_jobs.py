@@ -8,9 +8,9 @@ from typing import Any, Sequence
 
 import numpy as np
 
-from readkit import errors, files, indexes
+from readkit import errors, files
 from readkit.bam_file import BamFile, Counts, Starts
-from readkit.cluster import windows
+from readkit.cluster import sections, windows
 from readkit.cluster.jobs import bam_file
 from readkit.cluster.windows import Span, State
 from readkit.errors import error_of
@@ -87,10 +87,10 @@ def _require(path: str, state: State) -> None:
                        f"The file {path!r} has changed.")
 
 
-def _index_of(path: str, references: int) -> indexes.Index | None:
+def _index_of(path: str, references: int) -> sections.Sections | None:
     beside = path + ".bai"
-    fresh = indexes.is_fresh(beside, path)
-    return indexes.read_index(beside, references) if fresh else None
+    fresh = sections.is_fresh(beside, path)
+    return sections.read_sections(beside, references) if fresh else None
 
 
 def plan_reference(path: str, *, state: State, references: int, reference: int, window: int,

@@ -14,9 +14,10 @@ from typing import Any, BinaryIO, NamedTuple, Sequence
 
 import numpy as np
 
-from readkit import indexes
 from readkit.bam_file import BamFile
 from readkit.cluster.running import distributed
+from readkit.cluster.sections import Section
+from readkit.indexes import Index
 
 _END_OF_FILE = bytes.fromhex("1f8b08040000000000ff0600424302001b0003000000000000000000")
 #: Data of a block that fits one without compression.
@@ -64,7 +65,7 @@ def cut(whole: Span, places: np.ndarray[Any, Any], window: int) -> list[Span]:
         begin = end
 
 
-def places_in(sections: Sequence[indexes.Section]) -> np.ndarray[Any, Any]:
+def places_in(sections: Sequence[Section]) -> np.ndarray[Any, Any]:
     """The virtual offsets of records that sections of an index have, ascending."""
     lists = [section.windows for section in sections]
     lists.append(np.array([section.begin for section in sections], np.uint64))
@@ -90,8 +91,11 @@ class PartOfReference(BamFile):
             file.write(b"BAI\1" + struct.pack("<i", count) + nothing * reference + section
                        + nothing * (count - reference - 1))
 
-    def _index(self) -> tuple[str, list[int] | None]:
-        return self._only, None
+    def _index(self) -> Index:
+        return Index(self._only)
+
+    def _own_index(self) -> Index:
+        return self._index()
 
 
 # ---- A span as a file of its own

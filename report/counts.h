@@ -1,34 +1,15 @@
-// What the library counts of the reads of one file, read out of its arrays.
+// What the library counts of reads, read out of its arrays.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <utility>
 #include <vector>
 
-#include "cli/input.h"
 #include "host/array.h"
 
-namespace readkit::cli {
-
-class Job;
-
-/// Which reads are counted, and what part of them.
-struct ScanSettings {
-  /// Reads with fewer positions to count are left out.
-  std::int64_t min_length = 1;
-  /// Reads of a lower average are left out. Qualities here are characters less '!'.
-  double min_average = 0;
-  /// Positions of each read, 1-based and inclusive; no end is the read's own.
-  std::int64_t from = 1;
-  std::optional<std::int64_t> to;
-  /// Only as many reads, from the file's first on.
-  std::optional<std::int64_t> first;
-  /// SAM and BAM: leave out records without a reference.
-  bool mapped_only = false;
-};
+namespace readkit::report {
 
 /// The tables of one scan. A quality here is a character less '!', whatever its encoding means by
 /// it; positions count from 0, which is `ScanSettings::from`.
@@ -42,8 +23,12 @@ class QualityCounts {
   using Histogram = std::array<std::uint64_t, kQualities>;
   using Letters = std::array<std::uint64_t, kLetters>;
 
-  /// Scans the file. Raises Failure, and Interrupted.
-  QualityCounts(Job& job, const Input& input, const ScanSettings& settings);
+  /// The six outputs of scanQualities for qualities from 0 to `kLargest`, of characters less '!'.
+  static constexpr int kOutputs = 6;
+  static constexpr int kLargest = kQualities;
+  /// Raises std::invalid_argument when one of them is of another form, or has a quality that no
+  /// character stands for.
+  explicit QualityCounts(std::vector<host::Owned> outputs);
 
   std::uint64_t reads() const;
   /// The length of the longest read.
@@ -62,4 +47,4 @@ class QualityCounts {
   std::vector<host::Owned> outputs_;
 };
 
-}  // namespace readkit::cli
+}  // namespace readkit::report

@@ -1,4 +1,4 @@
-#include "cli/quality/verdicts.h"
+#include "report/verdicts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 #include <numbers>
 #include <string>
 
-namespace readkit::cli {
+namespace readkit::report {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -203,4 +203,4 @@ const char* worst_status(const Json& verdicts) {
   return has("warn") ? "warn" : "pass";
 }
 
-}  // namespace readkit::cli
+}  // namespace readkit::report

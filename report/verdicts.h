@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace readkit::cli {
+namespace readkit::report {
 
 /// The list "verdicts" of a sample's document, which has everything else by then. One that the
 /// sample has too few reads for is left out.
@@ -20,4 +20,4 @@ std::string limits_text(const nlohmann::ordered_json& verdict);
 /// "pass", "warn" or "fail": the worst of these verdicts.
 const char* worst_status(const nlohmann::ordered_json& verdicts);
 
-}  // namespace readkit::cli
+}  // namespace readkit::report

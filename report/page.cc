@@ -1,4 +1,4 @@
-#include "cli/quality/page.h"
+#include "report/page.h"
 
 #include <functional>
 #include <map>
@@ -6,14 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include <unistd.h>
+#include "report/verdicts.h"
 
-#include "cli/byte_source.h"
-#include "cli/failure.h"
-#include "cli/libraries.h"
-#include "cli/quality/verdicts.h"
-
-namespace readkit::cli {
+namespace readkit::report {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -189,7 +184,8 @@ std::string findings(const Json& sample) {
   std::string html;
   for (const Json& verdict : sample["verdicts"]) {
     if (verdict["status"] == "pass") continue;
-    html += (html.empty() ? "" : ", ") + text_of(verdict["title"]);
+    if (!html.empty()) html += ", ";
+    html += text_of(verdict["title"]);
   }
   return html;
 }
@@ -319,21 +315,6 @@ std::string part(const std::string& name, const Json& document) {
 
 }  // namespace
 
-std::string page_template() {
-  const std::string path = shared_file_path("report.html");
-  if (access(path.c_str(), R_OK) != 0) {
-    throw Failure(path, "the page is missing, which is made when readkit is built", {},
-                  "build readkit where npm is there and can fetch packages; until then --json and "
-                  "--fastqc-data have all numbers");
-  }
-  ByteSource source(path);
-  std::string page;
-  for (auto bytes = source.read(); !bytes.empty(); bytes = source.read()) {
-    page.append(bytes.begin(), bytes.end());
-  }
-  return page;
-}
-
 std::string quality_page(const Json& document, const std::string& page) {
   constexpr std::string_view kBegin = "<!--readkit:";
   constexpr std::string_view kEnd = "-->";
@@ -349,4 +330,4 @@ std::string quality_page(const Json& document, const std::string& page) {
   }
 }
 
-}  // namespace readkit::cli
+}  // namespace readkit::report

@@ -2,11 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
-#include "cli/quality/counts.h"
+#include "report/counts.h"
 
-namespace readkit::cli {
+namespace readkit::report {
 
 /// What a user asks for.
 enum class EncodingChoice : std::uint8_t { kPhred33, kPhred64, kAuto };
@@ -28,8 +29,9 @@ struct Encoding {
 };
 
 /// The encoding that `choice` names or, for kAuto, that these qualities of a whole file tell.
-/// Raises Failure when the qualities of this file cannot be of that encoding.
-Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qualities,
-                     const std::string& file);
+Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qualities);
+/// The least character of these qualities, if the encoding that `choice` names cannot have it.
+std::optional<char> impossible_character(EncodingChoice choice,
+                                         const QualityCounts::Histogram& qualities);
 
-}  // namespace readkit::cli
+}  // namespace readkit::report

@@ -1,4 +1,4 @@
-#include "cli/quality/document.h"
+#include "report/document.h"
 
 #include <algorithm>
 #include <array>
@@ -6,9 +6,9 @@
 #include <numeric>
 #include <utility>
 
-#include "cli/quality/verdicts.h"
+#include "report/verdicts.h"
 
-namespace readkit::cli {
+namespace readkit::report {
 namespace {
 
 using Counts = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
@@ -176,11 +176,6 @@ Json length_json(const Counts& lengths, std::uint64_t reads) {
           {"histogram", length_bins(lengths)}};
 }
 
-const char* kind_name(Kind kind) {
-  if (kind == Kind::kFastq) return "fastq";
-  return kind == Kind::kSam ? "sam" : "bam";
-}
-
 }  // namespace
 
 std::vector<PositionGroup> position_groups(std::size_t positions, bool alone) {
@@ -192,8 +187,31 @@ std::vector<PositionGroup> position_groups(std::size_t positions, bool alone) {
   return groups;
 }
 
-Json sample_document(const Sample& sample, const QualityCounts& counts, std::int64_t from,
-                     bool alone) {
+Json quality_document(const std::string& version, const ScanSettings& settings) {
+  const auto number = [](const std::optional<std::int64_t>& n) { return n ? Json(*n) : Json(); };
+  // What users give as a whole number is shown as one.
+  const auto average = [](const std::optional<double>& n) {
+    if (!n) return Json();
+    const auto whole = static_cast<std::int64_t>(*n);
+    return static_cast<double>(whole) == *n ? Json(whole) : Json(*n);
+  };
+  return {{"format", "readkit-quality"},
+          {"version", 1},
+          {"readkit", version},
+          {"settings",
+           {{"encoding", settings.encoding},
+            {"from", settings.from},
+            {"to", number(settings.to)},
+            {"min_length", settings.min_length},
+            {"min_average", average(settings.min_average)},
+            {"first", number(settings.first)},
+            {"mapped_only", settings.mapped_only},
+            {"position_groups", settings.groups}}},
+          {"samples", Json::array()}};
+}
+
+Json sample_document(const Sample& sample, const QualityCounts& counts,
+                     const ScanSettings& settings) {
   const int shift = sample.encoding.shift();
   const Counts lengths = counts.lengths();
   const QualityCounts::Histogram qualities = counts.qualities(0, counts.positions());
@@ -201,7 +219,7 @@ Json sample_document(const Sample& sample, const QualityCounts& counts, std::int
   Json json = {
       {"name", sample.name},
       {"file", sample.file},
-      {"kind", kind_name(sample.kind)},
+      {"kind", sample.kind},
       {"encoding",
        {{"name", sample.encoding.name()},
         {"detected", sample.encoding.detected},
@@ -214,8 +232,8 @@ Json sample_document(const Sample& sample, const QualityCounts& counts, std::int
       {"q30_percent", percent_from(qualities, 30, shift)},
       {"gc_percent", percent(letters[kC] + letters[kG], sum_of(letters) - letters[kOther])},
       {"length", length_json(lengths, counts.reads())},
-      {"positions",
-       positions_json(counts, position_groups(counts.positions(), alone), from, shift)},
+      {"positions", positions_json(counts, position_groups(counts.positions(), !settings.groups),
+                                   settings.from, shift)},
       {"read_quality", read_quality_json(counts.averages(), shift)},
       {"gc", gc_json(counts)},
   };
@@ -224,4 +242,4 @@ Json sample_document(const Sample& sample, const QualityCounts& counts, std::int
   return json;
 }
 
-}  // namespace readkit::cli
+}  // namespace readkit::report

@@ -1,10 +1,8 @@
-#include "cli/quality/encoding.h"
+#include "report/encoding.h"
 
 #include <algorithm>
 
-#include "cli/failure.h"
-
-namespace readkit::cli {
+namespace readkit::report {
 namespace {
 
 constexpr int kOffset33 = '!';
@@ -37,33 +35,38 @@ Encoding detected(int least, int most) {
           "ambiguous: " + range + " occur in phred+33 and in phred+64; taken as phred+33"};
 }
 
-}  // namespace
+// The characters that occur, from the least to the greatest.
+struct Range {
+  int least;
+  int most;
+};
 
-Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qualities,
-                     const std::string& file) {
+std::optional<Range> range_of(const QualityCounts::Histogram& qualities) {
   const auto occurs = [](std::uint64_t count) { return count != 0; };
   const auto first = std::find_if(qualities.begin(), qualities.end(), occurs);
-  const bool none = first == qualities.end();
+  if (first == qualities.end()) return {};
   const auto last = std::find_if(qualities.rbegin(), qualities.rend(), occurs);
-  const int least = '!' + static_cast<int>(first - qualities.begin());
-  const int most = '~' - static_cast<int>(last - qualities.rbegin());
-  switch (choice) {
-    case EncodingChoice::kPhred33:
-      return {kOffset33, false, true, "phred+33"};
-    case EncodingChoice::kPhred64:
-      if (!none && least < kLeast64) {
-        throw Failure(file,
-                      "the quality character " + std::string(1, static_cast<char>(least)) +
-                          " does not occur in phred+64",
-                      {}, "use --encoding 33, or auto to have the file tell");
-      }
-      return {kOffset64, false, true, "phred+64"};
-    case EncodingChoice::kAuto:
-      break;
-  }
-  if (none)
-    return {kOffset33, true, false, "ambiguous: no qualities to tell from; taken as phred+33"};
-  return detected(least, most);
+  return Range{.least = '!' + static_cast<int>(first - qualities.begin()),
+               .most = '~' - static_cast<int>(last - qualities.rbegin())};
 }
 
-}  // namespace readkit::cli
+}  // namespace
+
+Encoding encoding_of(EncodingChoice choice, const QualityCounts::Histogram& qualities) {
+  if (choice == EncodingChoice::kPhred33) return {kOffset33, false, true, "phred+33"};
+  if (choice == EncodingChoice::kPhred64) return {kOffset64, false, true, "phred+64"};
+  const std::optional<Range> range = range_of(qualities);
+  if (!range) {
+    return {kOffset33, true, false, "ambiguous: no qualities to tell from; taken as phred+33"};
+  }
+  return detected(range->least, range->most);
+}
+
+std::optional<char> impossible_character(EncodingChoice choice,
+                                         const QualityCounts::Histogram& qualities) {
+  const std::optional<Range> range = range_of(qualities);
+  if (choice != EncodingChoice::kPhred64 || !range || range->least >= kLeast64) return {};
+  return static_cast<char>(range->least);
+}
+
+}  // namespace readkit::report

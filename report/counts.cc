@@ -1,53 +1,18 @@
-#include "cli/quality/counts.h"
+#include "report/counts.h"
 
-#include <algorithm>
-#include <numeric>
 #include <span>
-#include <string_view>
+#include <stdexcept>
+#include <utility>
 
-#include "cli/advice.h"
-#include "cli/job.h"
-#include "host/error.h"
-
-namespace readkit::cli {
+namespace readkit::report {
 namespace {
 
 // The outputs of scanQualities, in their order.
 enum Output : std::uint8_t { kAverages, kQualityMatrix, kGc, kBaseMatrix, kReads, kLengths };
-constexpr int kOutputs = 6;
 
 // One quality more than any character stands for: the library counts an average of the largest
 // quality as one less.
-constexpr int kLargest = QualityCounts::kQualities;
-constexpr std::size_t kRows = kLargest + 1;
-
-// What scanQualities calls the kinds of files.
-int source_type(Kind kind) {
-  if (kind == Kind::kFastq) return 1;
-  return kind == Kind::kSam ? 2 : 3;
-}
-
-std::vector<host::Owned> inputs_of(const Input& input, const ScanSettings& settings) {
-  const auto number = [](std::int64_t value) { return host::make_scalar(value); };
-  std::vector<std::int64_t> selected(static_cast<std::size_t>(settings.first.value_or(0)));
-  std::iota(selected.begin(), selected.end(), 0);
-  std::vector<host::Owned> inputs;
-  inputs.push_back(number(source_type(input.kind())));
-  inputs.push_back(host::make_text(std::string_view(input.path())));
-  inputs.push_back(number(0));
-  inputs.push_back(number(kLargest));
-  inputs.push_back(number('!'));
-  inputs.push_back(number(-1));  // no quality is ignored
-  inputs.push_back(number(-1));  // reads may have any length
-  inputs.push_back(host::make_scalar(settings.min_average));
-  inputs.push_back(number(settings.first.value_or(-1)));
-  inputs.push_back(host::make_row(selected));
-  inputs.push_back(number(settings.min_length));
-  inputs.push_back(number(settings.from - 1));
-  inputs.push_back(number(settings.to.value_or(0) - 1));
-  inputs.push_back(host::make_scalar(!settings.mapped_only));
-  return inputs;
-}
+constexpr std::size_t kRows = QualityCounts::kLargest + 1;
 
 std::span<const double> values(const host::Owned& output) {
   return host::data_of<double>(output.get());
@@ -70,13 +35,22 @@ Sums row_sums(std::span<const double> matrix, std::size_t rows, std::size_t begi
 
 }  // namespace
 
-QualityCounts::QualityCounts(Job& job, const Input& input, const ScanSettings& settings)
-    : outputs_(job.call_with("scanQualities", kOutputs, inputs_of(input, settings))) {
+QualityCounts::QualityCounts(std::vector<host::Owned> outputs) : outputs_(std::move(outputs)) {
+  bool are_tables = outputs_.size() == kOutputs;
+  for (const host::Owned& output : outputs_) {
+    are_tables = are_tables && output && txGetClassID(output.get()) == txDOUBLE_CLASS;
+  }
+  if (!are_tables || values(outputs_[kAverages]).size() != kQualities ||
+      values(outputs_[kGc]).size() != kGcBins || values(outputs_[kReads]).size() != 1 ||
+      values(outputs_[kQualityMatrix]).size() != kRows * positions() ||
+      values(outputs_[kBaseMatrix]).size() != kLetters * positions() ||
+      values(outputs_[kLengths]).size() % 2 != 0) {
+    throw std::invalid_argument("tables of another form");
+  }
   // No character of a quality line stands for the row that was asked for in excess.
   const std::span<const double> matrix = values(outputs_[kQualityMatrix]);
   for (std::size_t last = kRows - 1; last < matrix.size(); last += kRows) {
-    if (matrix[last] == 0) continue;
-    throw failure_of(host::HostError("seqlab:scanqualities:InvalidData"), input.name(), {});
+    if (matrix[last] != 0) throw std::invalid_argument("a quality that no character stands for");
   }
 }
 
@@ -110,4 +84,4 @@ std::vector<std::pair<std::uint64_t, std::uint64_t>> QualityCounts::lengths() co
   return lengths;
 }
 
-}  // namespace readkit::cli
+}  // namespace readkit::report
