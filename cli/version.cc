@@ -8,7 +8,7 @@ std::string version() { return READKIT_VERSION; }
 
 std::string version_text() {
   return "readkit " + version() + "\nzlib " + zlibVersion() +
-         "\nlibdeflate " LIBDEFLATE_VERSION "\nCLI11 " CLI11_VERSION_TEXT
+         "\nlibdeflate " + std::string(LIBDEFLATE_VERSION) + "\nCLI11 " CLI11_VERSION_TEXT
          "\nnlohmann-json " NLOHMANN_JSON_VERSION;
 }
 
