@@ -7,9 +7,9 @@ namespace readkit::cli {
 std::string version() { return READKIT_VERSION; }
 
 std::string version_text() {
-  return "readkit " + version() + "\nzlib " + zlibVersion() +
-         "\nlibdeflate " LIBDEFLATE_VERSION "\nCLI11 " CLI11_VERSION_TEXT
-         "\nnlohmann-json " NLOHMANN_JSON_VERSION;
+  return "readkit " + version() + "\nzlib " + zlibVersion() + "\nlibdeflate " +
+         std::string(LIBDEFLATE_VERSION) +
+         "\nCLI11 " CLI11_VERSION_TEXT "\nnlohmann-json " NLOHMANN_JSON_VERSION;
 }
 
 }  // namespace readkit::cli
