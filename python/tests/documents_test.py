@@ -37,6 +37,11 @@ def test_the_examples_of_the_page_are_right(in_folder):
     assert tried > 20 and failed == 0
 
 
+def test_the_example_of_the_first_page_is_right(in_folder):
+    failed, tried = doctest.testfile(str(ROOT / "README.md"), module_relative=False)
+    assert tried >= 5 and failed == 0
+
+
 def test_the_examples_of_the_how_to_pages_are_right(in_folder):
     pages = [page for page in sorted((ROOT / "docs/howto").glob("*.md"))
              if "\n>>> " in page.read_text(encoding="utf-8")]
