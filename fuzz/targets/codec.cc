@@ -1,6 +1,7 @@
 // One block through the codec: inflating gives what zlib gives, and what either flavour deflates is
 // inflated to the same bytes.
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -17,30 +18,42 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
+// Room of exactly this size, so that a byte behind it is noticed, with anything in it.
+class Room {
+ public:
+  explicit Room(std::size_t size)
+      : bytes_(std::make_unique_for_overwrite<std::uint8_t[]>(size)), size_(size) {}
+  operator std::span<std::uint8_t>() const { return {bytes_.get(), size_}; }
+  const std::uint8_t* begin() const { return bytes_.get(); }
+
+ private:
+  std::unique_ptr<std::uint8_t[]> bytes_;
+  std::size_t size_;
+};
+
 void inflate(const Bytes& in, std::size_t room, std::size_t stated) {
   const ZlibVerdict verdict =
       zlib_inflate({reinterpret_cast<const char*>(in.data()), in.size()}, room);
-  Bytes out(room);
+  const Room out(room);
   const std::optional<std::size_t> size = inflate_raw(in, out, stated);
   // Some streams that zlib refuses are read where they have the size that the trailer states.
   require(size.has_value() == verdict.ends || (size.has_value() && *size == stated),
           "the verdict on a stream is not zlib's");
   if (!verdict.ends) return;
   require(*size == verdict.data.size() && std::equal(verdict.data.begin(), verdict.data.end(),
-                                                     reinterpret_cast<const char*>(out.data())),
+                                                     reinterpret_cast<const char*>(out.begin())),
           "a stream gives other bytes than zlib's");
 }
 
 void deflate(const Bytes& data, std::size_t room) {
   for (const auto deflate : {deflate_raw, deflate_raw_temporary, deflate_raw_zlib}) {
-    Bytes stream(room);
+    const Room stream(room);
     const std::optional<std::size_t> size = deflate(data, stream);
     if (!size) continue;
     require(*size <= room, "a stream is longer than its room");
-    stream.resize(*size);
     for (const std::size_t stated : {data.size(), kSizeUnknown}) {
-      Bytes again(kMaxBlockData);
-      const std::optional<std::size_t> length = inflate_raw(stream, again, stated);
+      const Room again(data.size() + 1);
+      const std::optional<std::size_t> length = inflate_raw({stream.begin(), *size}, again, stated);
       require(length == data.size() && std::equal(data.begin(), data.end(), again.begin()),
               "a flavour's stream does not give back its data");
     }

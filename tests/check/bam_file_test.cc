@@ -110,6 +110,17 @@ TEST(BamFile, NegativeLengthsOfTheHeaderAreFoundAndRecordsSearched) {
   }
 }
 
+TEST(BamFile, NoBytesAreLostWhereNoneAreBehindADamagedHeader) {
+  std::string damaged = empty().header_bytes();
+  damaged.replace(damaged.size() - 4, 4, "\xff\xff\xff\xff");
+  EXPECT_EQ(found(check_bytes(blocks_of(damaged))), (Found{"HeaderLength 0 0"}));
+  const std::string records = at(5).bytes() + at(6).bytes();
+  const CheckResult result =
+      check_bytes(BgzfFile().block(damaged).block("").block(records).marker().bytes());
+  EXPECT_EQ(found(result), (Found{"HeaderLength 0 0", "RecordsLost 0 0"}));
+  EXPECT_EQ(result.records, 2U);
+}
+
 TEST(BamFile, ReferenceNameNeedsItsNul) {
   std::string header = empty().header_bytes();
   header[header.find(std::string("chr2\0", 5)) + 4] = 'x';

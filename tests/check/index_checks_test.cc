@@ -115,6 +115,16 @@ TEST(IndexChecks, CountsAreThoseOfTheFile) {
   EXPECT_EQ(found_with(parts), (Found{"IndexCount 0 0"}));
 }
 
+TEST(IndexChecks, CountsOfAnotherKindOfPseudoBinAreNotCompared) {
+  Parts parts;
+  parts.mapped = 4;
+  std::string bytes = parts.bytes();
+  const std::size_t at = bytes.find(number(37450) + number(2));
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at + 4, 4, number(1)).erase(at + 8, 16);
+  EXPECT_EQ(found(check_bytes(sample().bytes(), bytes)), (Found{finding("IndexMetadata", at + 4)}));
+}
+
 TEST(IndexChecks, ReferencesAreAsManyAsThoseOfTheHeader) {
   Parts parts;
   parts.references = 3;
@@ -131,6 +141,71 @@ TEST(IndexChecks, DamagedIndexIsNotAsked) {
   const std::string cut = Parts().bytes().substr(0, 40);
   EXPECT_EQ(found(check_bytes(sample().bytes(), cut)), (Found{"IndexTruncated 40 0"}));
   EXPECT_EQ(found(check_bytes(sample().bytes(), "text")), (Found{"IndexMagic 0 0"}));
+}
+
+TEST(IndexChecks, BehindADamagedHeaderRecordsAreLookedForAllTheSame) {
+  std::string content = sample().content();
+  content.replace(4, 4, "\xff\xff\xff\xff");
+  const std::string file = BgzfFile().block(content).marker().bytes();
+  const Found damage = {"HeaderLength 0 0", "RecordsLost 0 0"};
+  Parts parts;
+  parts.references = 3;  // as many as the header had cannot be told
+  EXPECT_EQ(found(check_bytes(file, parts.bytes())), damage);
+  parts.third = chunk(0, offset(0));
+  EXPECT_EQ(found(check_bytes(file, parts.bytes())),
+            (Found{damage[0], damage[1], finding("IndexRecord", offset(2), 3)}));
+}
+
+TEST(IndexChecks, RecordWithoutAPositionIsNotLookedFor) {
+  const std::string nothing = "BAI\1" + number(1) + number(0) + number(0);
+  const auto found_at = [&](int pos) {
+    const BamBuilder file =
+        BamBuilder().ref("chr1", 1000).record(RecordBuilder("r").at(0, pos).flag(4).seq("ACGT"));
+    return found(check_bytes(file.bytes(), nothing));
+  };
+  EXPECT_EQ(found_at(-1), Found{});
+  ASSERT_EQ(found_at(0).size(), 1U);
+  EXPECT_TRUE(found_at(0)[0].starts_with("IndexRecord"));
+}
+
+// What was found for one region is kept for others of the same windows only.
+TEST(IndexChecks, RegionsThatBeginAlikeAndEndElsewhereAreLookedForEach) {
+  const std::uint64_t first = std::uint64_t{1} << 16;
+  const std::uint64_t second = std::uint64_t{2} << 16;
+  const TempDir folder;
+  // The second record's window 1 leads to it, and the first does not have that.
+  const Path path = folder.write("a.bai", "BAI\1" + number(1) + number(2) + number(4681) +
+                                              number(1) + chunk(first, first + 9) + number(4682) +
+                                              number(1) + chunk(second, second + 9) + number(0));
+  Findings findings;
+  IndexChecks checks(path, findings);
+  const auto check = [&](const char* cigar, std::uint64_t offset) {
+    checks.check(RecordBuilder("r").at(0, 5).cigar(cigar).seq("AA").record(), offset, 1);
+  };
+  check("2M", first);
+  check("1M1048576N1M", second);  // 64 windows more
+  EXPECT_EQ(found(findings), Found{});
+  check("2M", second);
+  EXPECT_EQ(found(findings), Found{finding("IndexRecord", second, 1)});
+}
+
+TEST(IndexChecks, BinMayHaveAnyNumberOfChunks) {
+  constexpr std::uint64_t kChunks = (std::uint64_t{1} << 16) + 1;
+  const auto place = [](std::uint64_t n) { return (2 * n + 1) << 16; };  // too far off to merge
+  std::string index = "BAI\1" + number(1) + number(1) + number(4681) + number(kChunks);
+  for (std::uint64_t n = 0; n < kChunks; ++n) index += chunk(place(n), place(n) + 9);
+  const TempDir folder;
+  const Path path = folder.write("a.bai", index + number(0));
+  Findings findings;
+  IndexChecks checks(path, findings);
+  const auto check = [&](std::uint64_t offset) {
+    checks.check(RecordBuilder("r").at(0, 5).cigar("1M").seq("A").record(), offset, 1);
+  };
+  check(place(0));
+  check(place(kChunks - 1));
+  EXPECT_EQ(found(findings), Found{});
+  check(place(kChunks));
+  EXPECT_EQ(found(findings), Found{finding("IndexRecord", place(kChunks), 1)});
 }
 
 TEST(IndexChecks, FileThatIsNotSortedIsFound) {

@@ -54,6 +54,7 @@ TEST(RecordSearch, RecordMustBeInRange) {
   EXPECT_EQ(search(RecordBuilder("r").at(0, -2).bytes()), std::nullopt);
   EXPECT_EQ(search(RecordBuilder("r").at(0, 1).mate(1, 1).bytes()), std::nullopt);
   EXPECT_EQ(search(record("a b")), std::nullopt);
+  EXPECT_EQ(search(record("a\x7f")), std::nullopt);
   EXPECT_EQ(search(record("")), std::nullopt);
 }
 

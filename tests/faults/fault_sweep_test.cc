@@ -3,8 +3,10 @@
 // result or one error that such a failure may lead to; it keeps no memory and no file, changes no
 // input and leaves no file that it does not tell of.
 #include <algorithm>
+#include <cstdio>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -13,11 +15,13 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "support/child.h"
 #include "support/fault_calls.h"
 #include "support/faults.h"
 #include "support/libraries.h"
+#include "support/resident_memory.h"
 
 namespace readkit::faults_fault_sweep_test {
 namespace {
@@ -259,8 +263,15 @@ class FaultSweep : public testing::Test {
     for (const FaultCall& call : folder.calls()) {
       if (!call.name.starts_with(names)) continue;
       const auto report = in_child([&]() -> std::optional<std::string> {
-        if (!trap_system_calls()) return std::nullopt;
-        return Sweep(folder, call, note).over(faults);
+        const std::size_t files_before = open_files();
+        std::optional<std::string> text;
+        // In a thread of its own, so that this one is without the faults of the other.
+        std::thread([&] {
+          if (trap_system_calls()) text = Sweep(folder, call, note).over(faults);
+        }).join();
+        if (text && open_files() != files_before) *text += call.name + ": a file is still open\n";
+        if (text && has_leaks()) *text += call.name + ": memory is lost\n";
+        return text;
       });
       if (!report) GTEST_SKIP() << "this system does not let a process fail its own calls";
       points += take(*report, note.text());
@@ -330,6 +341,24 @@ TEST_F(FaultSweep, CallsEveryGatewayFunction) {
       return call.name.substr(0, call.name.find_first_of(", ")) == name;
     })) << name;
   }
+}
+
+// That the search for lost memory, at the end of every call's faults, finds some.
+TEST_F(FaultSweep, LostMemoryIsFound) {
+  if (!kMemoryIsKept) GTEST_SKIP() << "only sanitizers know what is lost";
+  if (access("/proc/self/maps", R_OK) != 0) GTEST_SKIP() << "leaks are not looked for";
+  const auto has_found = [](bool loses) {
+    return in_child([&]() -> std::optional<std::string> {
+      std::fclose(stderr);
+      std::thread([&] {
+        const auto memory = std::make_unique<std::string>(1000, 'x');
+        if (loses) new std::string(*memory);
+      }).join();
+      return has_leaks() ? "yes" : "no";
+    });
+  };
+  EXPECT_EQ(has_found(false), "no");
+  EXPECT_EQ(has_found(true), "yes");
 }
 
 TEST_F(FaultSweep, FilesThatFail) {

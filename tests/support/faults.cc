@@ -29,6 +29,7 @@
 
 #ifdef READKIT_SANITIZED
 #include <sanitizer/allocator_interface.h>
+#include <sanitizer/lsan_interface.h>
 #endif
 
 namespace readkit {
@@ -296,6 +297,14 @@ bool allocations_can_fail() {
   return false;
 #else
   return true;
+#endif
+}
+
+bool has_leaks() {
+#ifdef READKIT_SANITIZED
+  return __lsan_do_recoverable_leak_check() != 0;
+#else
+  return false;
 #endif
 }
 

@@ -50,9 +50,9 @@ struct Fault {
 std::string describe(const Fault& fault);
 std::string_view name_of(Operation operation);
 
-/// Makes faults possible in this process, whose system calls go through a filter from now on, for
-/// good: only for a process that will end soon (`in_child`). False where the system, or the
-/// processor, does not let it.
+/// Makes faults possible in this thread and those that it starts, whose system calls go through a
+/// filter from now on, for good: only in a process that will end soon (`in_child`). False where the
+/// system, or the processor, does not let it.
 bool trap_system_calls();
 /// Whether allocations can be made to fail: not under a sanitizer, which has its own.
 bool allocations_can_fail();
@@ -78,5 +78,10 @@ struct Held {
 };
 /// Counted since `trap_system_calls`: what differs between two moments has been kept in between.
 Held held();
+
+/// Whether there is memory in this process to which nothing refers any more; standard error tells
+/// where it comes from. Only sanitizers know that, and only in threads without faults: they use
+/// system calls of their own. False where there are none, or where they are told not to look.
+bool has_leaks();
 
 }  // namespace readkit

@@ -227,13 +227,18 @@ std::string decoded_line(const DecodedRecord& record, const DecodedBam& bam, boo
   const auto name_of = [&](int ref) {
     return ref < 0 ? std::string("*") : bam.refs.at(static_cast<std::size_t>(ref)).first;
   };
+  // Lines have positions of 32 bits.
+  const auto position = [](int pos) {
+    constexpr int kLast = std::numeric_limits<int>::max();
+    return std::to_string(pos == kLast ? std::numeric_limits<int>::min() : pos + 1);
+  };
   std::string mate = name_of(record.next_ref_id);
   if (record.next_ref_id >= 0 && record.next_ref_id == record.ref_id) mate = "=";
   std::string line = record.name + '\t' + std::to_string(record.flag) + '\t' +
-                     name_of(record.ref_id) + '\t' + std::to_string(std::int64_t{record.pos} + 1) +
-                     '\t' + std::to_string(record.mapq) + '\t' + record.cigar + '\t' + mate + '\t' +
-                     std::to_string(std::int64_t{record.next_pos} + 1) + '\t' +
-                     std::to_string(record.tlen) + '\t' + record.seq + '\t' + record.qual;
+                     name_of(record.ref_id) + '\t' + position(record.pos) + '\t' +
+                     std::to_string(record.mapq) + '\t' + record.cigar + '\t' + mate + '\t' +
+                     position(record.next_pos) + '\t' + std::to_string(record.tlen) + '\t' +
+                     record.seq + '\t' + record.qual;
   if (!with_tags) return line;
   bool after_empty_array = false;
   for (const DecodedTag& tag : record.tags) {
