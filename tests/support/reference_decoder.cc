@@ -84,6 +84,7 @@ DecodedTag decode_tag(Cursor& in) {
     tag.text = in.text_to_nul();
   } else if (tag.type == 'B') {
     const char subtype = in.take(1)[0];
+    if (subtype == 'Z' || subtype == 'H') throw std::runtime_error("an array of texts");
     tag.text = subtype;
     const int count = in.int32();
     for (int i = 0; i < count; ++i) tag.text += "," + value_text(in, subtype);
