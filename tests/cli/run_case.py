@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
 """Runs one shell script and compares what it prints with the files beside it.
 
-    run_case.py [--update] --readkit PROGRAM --library LIBRARY --echo ECHO_LIBRARY CASE.sh
+    run_case.py [--update] --readkit PROGRAM --version VERSION --library LIBRARY
+                --echo ECHO_LIBRARY CASE.sh
 
 The script runs in a folder of its own, which holds small.bam and small.sam, as `sh -u`. It finds the
 program as `readkit`, and in the variables `library` and `echo` what it may give to --library.
 Temporary files, which the program makes in TMPDIR and beside its outputs, must be gone at the end.
 Beside CASE.sh
 are CASE.stdout.exact, CASE.stderr.exact and CASE.exit; a missing one stands for nothing printed
-and status 0. --update writes them.
+and status 0. --update writes them. In them, @VERSION@ behind the program's name stands for VERSION.
 """
 
 import argparse
@@ -51,7 +52,9 @@ def run(arguments, folder):
     left = [*temporaries.iterdir(), *work.rglob(".*readkit-*")]
     if left:
         raise AssertionError(f"left behind: {left}")
-    return {".stdout.exact": NO_PROC.sub(b"", done.stdout),
+    version = re.compile(rb'(readkit"?:? "?)' + re.escape(arguments.version.encode()) + rb"\b")
+    out = version.sub(rb"\1@VERSION@", NO_PROC.sub(b"", done.stdout))
+    return {".stdout.exact": out,
             ".stderr.exact": NO_PROC.sub(b"", done.stderr),
             ".exit": b"" if done.returncode == 0 else b"%d\n" % done.returncode}
 
@@ -66,6 +69,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--update", action="store_true")
     parser.add_argument("--readkit", type=pathlib.Path, required=True)
+    parser.add_argument("--version", required=True)
     parser.add_argument("--library", required=True)
     parser.add_argument("--echo", type=pathlib.Path, required=True)
     parser.add_argument("case", type=pathlib.Path)

@@ -1,15 +1,11 @@
 #include "quality/tally.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
-
-#include "support/wide.h"
 
 namespace readkit::quality_tally_test {
 namespace {
@@ -90,37 +86,6 @@ TEST(BaseTally, LastPositionCounts) {
   tally.move_to(matrix.data());
   EXPECT_EQ(matrix[BaseTally::kRows * (positions - 1) + 2], 1);
   EXPECT_EQ(matrix[BaseTally::kRows * (positions - 2)], 1);
-}
-
-class LetterTally : public WideTest {};
-INSTANTIATE_TEST_SUITE_P(Instructions, LetterTally, testing::Bool(), wide_test_name);
-
-TEST_P(LetterTally, LettersOfAnyLengthCountOnceEach) {
-  const std::string alphabet = "ACGTNacgt\0=";
-  std::mt19937 random(1);
-  BaseTally tally;
-  Matrix expected(BaseTally::kRows * tally.positions());
-  for (std::size_t length = 0; length < 200; ++length) {
-    std::string letters(length, 'A');
-    int gc = 0;
-    for (std::size_t i = 0; i < length; ++i) {
-      letters[i] = alphabet[random() % alphabet.size()];
-      const std::size_t row = std::string("ACGT").find(letters[i]);
-      ++expected[BaseTally::kRows * i + std::min<std::size_t>(row, 4)];
-      gc += row == 1 || row == 2 ? 1 : 0;
-    }
-    const std::vector<char> exact(letters.begin(), letters.end());
-    EXPECT_EQ(tally.add(exact.data(), length), gc) << length;
-  }
-  Matrix matrix(expected.size());
-  tally.move_to(matrix.data());
-  EXPECT_EQ(matrix, expected);
-}
-
-TEST_P(LetterTally, LongestReadCanBeAllC) {
-  BaseTally tally;
-  const std::vector<char> letters(tally.positions(), 'C');
-  EXPECT_EQ(tally.add(letters.data(), letters.size()), 1024);
 }
 
 // ---- Qualities ---------------------------------------------------------------------------------
