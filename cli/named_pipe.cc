@@ -17,7 +17,7 @@ namespace readkit::cli {
 NamedPipe::NamedPipe(const std::string& name, Sink sink)
     : folder_(PrivateFolder::temporary()), path_(folder_.file(name)), sink_(std::move(sink)) {
   constexpr mode_t kOwnerOnly = 0600;
-  constexpr int kRoom = 1 << 20;
+  constexpr int kPipeRoom = 1 << 20;
   if (mkfifo(path_.c_str(), kOwnerOnly) == 0) {
     // Without waiting for the other end, which is opened next.
     reader_ = open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -27,7 +27,7 @@ NamedPipe::NamedPipe(const std::string& name, Sink sink)
     throw Failure(path_, "cannot be made: " + std::generic_category().message(errno), {},
                   "set TMPDIR to a folder where pipes can be made");
   }
-  fcntl(reader_, F_SETPIPE_SZ, kRoom);  // as much as there may be
+  fcntl(reader_, F_SETPIPE_SZ, kPipeRoom);  // as much as there may be
 }
 
 NamedPipe::~NamedPipe() {

@@ -48,7 +48,7 @@ def names_in(tree):
 def test_the_stub_has_what_the_module_has():
     stub = ast.parse((FOLDER / "_readkit.pyi").read_text())
     public = {name for name in dir(_readkit) if not name.startswith("_")}
-    assert names_in(stub) == public
+    assert {name for name in names_in(stub) if not name.startswith("_")} == public
     for node in stub.body:
         if isinstance(node, ast.ClassDef):
             there = {name for name, value in vars(getattr(_readkit, node.name)).items()

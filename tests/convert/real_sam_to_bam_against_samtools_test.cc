@@ -31,6 +31,7 @@ constexpr char kNoName[] = "a reference without a name is refused";
 constexpr char kLastByte[] =
     "a reference's name has the byte that ended it in its line as a last one";
 constexpr char kLongName[] = "the CIGAR of a name of 223 characters or more is the stored one";
+constexpr char kLastPosition[] = "the last position is a number of more than 32 bits";
 constexpr char kDamaged[] =
     "damaged optional fields end the reading, or are printed in another way";
 constexpr char kCut[] = "a sequence that was cut and does not fit its CIGAR ends the reading";
@@ -41,6 +42,7 @@ const std::map<std::string, std::string>& examples() {
       {kNoName, "hts-specs/sam/passed/hdr.SQ8.sam"},
       {kLastByte, "sam/tiny.sam"},
       {kLongName, "hts-specs/sam/passed/qname.pass.sam"},
+      {kLastPosition, "hts-specs/sam/failed/pos.fail3.sam"},
       {kCut, "hts-specs/sam/passed/cigar.pass6.sam"},
       {kDamaged, "hts-specs/sam/passed/aux.pass-H.sam"},
   };
@@ -132,8 +134,13 @@ class Reading {
     for (std::size_t i = 0; i < there.refs.size(); ++i) {
       names.refs.emplace_back(there.ref_name(static_cast<int>(i)), 0);
     }
-    const std::string stored = decoded_line(fields, names, false);
+    std::string stored = decoded_line(fields, names, false);
     needs(kLongName, stored != mandatory && fields.name.size() >= 223);
+    const std::string last = "-2147483648";
+    for (std::size_t at = 0; (at = stored.find('\t' + last + '\t', at)) != std::string::npos;) {
+      needs(kLastPosition, true);
+      stored.replace(at + 1, last.size(), "2147483648");
+    }
     return stored + all.substr(mandatory.size());
   }
 

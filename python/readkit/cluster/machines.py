@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import dataclasses
 import logging
 import os
 import signal
@@ -148,17 +149,21 @@ class Cluster:
             ValueError: no file, or none that has no error.
         """
         total: Quality | None = None
+        summed: set[str] = set()
 
-        def add(_: str, found: Quality) -> None:
+        def add(name: str, found: Quality) -> None:
             nonlocal total
             # Sums of integers: the order does not matter.
             total = found if total is None else total + found
+            summed.add(name)
 
-        self._run("quality", jobs.quality, _pairs(_only(files)), {"settings": settings}, failed,
-                  progress, add, writes=False)
+        pairs = _pairs(_only(files))
+        self._run("quality", jobs.quality, pairs, {"settings": settings}, failed, progress, add,
+                  writes=False)
         if total is None:
             raise ValueError("no source of qualities")
-        return total
+        return dataclasses.replace(
+            total, sources=tuple(name for name, _ in pairs if name in summed))
 
     def _each(self, what: str, function: Callable[..., Any], files: Files,
               arguments: dict[str, Any], failed: Failed | None, progress: Progress,
