@@ -31,7 +31,7 @@ struct txArray {
 namespace {
 
 // By class: the bytes of an element, and the first element as a number.
-constexpr std::array<size_t, 20> kSize = {0, 0, 0, 1, 2, 0, 8, 4, 1, 1, 2, 2, 4, 4, 8, 8};
+constexpr size_t kSize[20] = {0, 0, 0, 1, 2, 0, 8, 4, 1, 1, 2, 2, 4, 4, 8, 8};
 template <typename T>
 double first(const txArray* a) {
   return static_cast<double>(*static_cast<const T*>(a->data.get()));
@@ -75,7 +75,7 @@ size_t txGetNumberOfElements(const txArray* a) { return a->rows * a->columns; }
 size_t txGetElementSize(const txArray* a) { return kSize[a->class_id]; }
 void* txGetData(const txArray* a) { return a->data.get(); }
 bool txIsRealDense(const txArray* a) { return kSize[a->class_id] != 0; }
-double txGetScalar(const txArray* a) { return kFirst.at(a->class_id)(a); }
+double txGetScalar(const txArray* a) { return kFirst.at(static_cast<size_t>(a->class_id))(a); }
 txArray* txGetField(const txArray* a, size_t i, const char* name) {
   const size_t at = field_index(a, i, name);
   return at < a->inside.size() ? a->inside[at].get() : nullptr;
