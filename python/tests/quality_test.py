@@ -144,8 +144,12 @@ def program():
     if not os.path.exists(path):
         pytest.skip("READKIT_PROGRAM names no program")
 
+    # The program has sanitizers of its own, which those of the interpreter must not precede.
+    environment = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
+
     def run(*words):
-        ran = subprocess.run([path, *map(str, words)], capture_output=True, text=True, check=True)
+        ran = subprocess.run([path, *map(str, words)], capture_output=True, text=True, check=True,
+                             env=environment)
         return ran.stdout
 
     return run
