@@ -53,6 +53,10 @@ std::size_t find_reference(const std::string& name, const std::vector<Reference>
   throw Failure(file, "there is no reference '" + name + "'", kUnknownReference, advice);
 }
 
+std::string text_of(const Region& region) {
+  return region.reference + ':' + std::to_string(region.begin) + '-' + std::to_string(region.end);
+}
+
 Region parse_region(const std::string& text, const std::vector<Reference>& references,
                     const std::string& file) {
   std::string name = text;

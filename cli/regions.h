@@ -20,6 +20,9 @@ struct Region {
   std::int64_t end = kLastPosition;
 };
 
+/// "name:begin-end".
+std::string text_of(const Region& region);
+
 /// Reads "chr1", "chr1:1000", "chr1:1000-2000", "chr1:-2000" or "chr1:1000-", with commas in the
 /// numbers where they help. A name with colons is known by being a reference; {name}:begin-end
 /// keeps the two apart. Raises Failure for `file` when there is no such reference, naming those

@@ -57,15 +57,17 @@ SamLine::SamLine(std::string_view line) {
   if (at < line.size()) tags = line.substr(at);
 }
 
+std::int64_t SamLine::position() const { return number_of(fields[kPosition]); }
+
 bool overlaps(const SamLine& line, const Region& region) {
-  if (line.fields[kReference] != region.reference) return false;
-  const std::int64_t begin = number_of(line.fields[kPosition]);
+  if (line.reference() != region.reference) return false;
+  const std::int64_t begin = line.position();
   const std::int64_t length = std::max<std::int64_t>(reference_length(line.fields[kCigar]), 1);
   return begin > 0 && begin <= region.end && begin + length - 1 >= region.begin;
 }
 
 bool is_contained(const SamLine& line, const Region& region) {
-  const std::int64_t begin = number_of(line.fields[kPosition]);
+  const std::int64_t begin = line.position();
   const std::string_view sequence = line.fields[kSequence];
   const auto length = static_cast<std::int64_t>(sequence == "*" ? 0 : sequence.size());
   return begin >= region.begin && begin + length - 1 <= region.end;
@@ -75,8 +77,8 @@ void write_record(JsonWriter& json, const SamLine& line, bool with_tags) {
   json.begin_object();
   json.member("name", line.fields[kName]);
   json.member("flag", number_of(line.fields[kFlag]));
-  json.member("reference", line.fields[kReference]);
-  json.member("position", number_of(line.fields[kPosition]));
+  json.member("reference", line.reference());
+  json.member("position", line.position());
   json.member("mapping_quality", number_of(line.fields[kMappingQuality]));
   json.member("cigar", line.fields[kCigar]);
   json.member("mate_reference", line.fields[kMateReference]);

@@ -14,6 +14,11 @@ namespace readkit::cli {
 struct SamLine {
   explicit SamLine(std::string_view line);
 
+  /// The name of the reference; "*" for none.
+  std::string_view reference() const { return fields[2]; }
+  /// 1-based; 0 for none.
+  std::int64_t position() const;
+
   std::array<std::string_view, 11> fields;
   std::string_view tags;          ///< Optional fields with the tabs between them.
   std::string_view without_tags;  ///< The eleven fields with the tabs between them.

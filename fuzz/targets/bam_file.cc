@@ -64,6 +64,13 @@ Inputs fields_of_regions(const Job& job) {
       host::make_column<double>({job.second * 100.0, first + job.second}));
 }
 
+Inputs lines_of_regions(const Job& job) {
+  const double first = job.first;
+  return inputs(text(job.file), text(job.index), out(), host::make_column<double>({0, 0}),
+                host::make_column<double>({first, 1}),
+                host::make_column<double>({first + job.second, job.second * 100.0}), truth(true));
+}
+
 const Way kWays[] = {
     {"getNumReferences", getNumReferences, 1, [](const Job& j) { return inputs(text(j.file)); }},
     {"getReferenceID", getReferenceID, 1,
@@ -94,6 +101,7 @@ const Way kWays[] = {
     {"kxCheck, index", kxCheck, 1,
      [](const Job& j) { return inputs(text(j.file), text(j.index)); }},
     {"kxFields", kxFields, 12, fields_of_regions},
+    {"kxSamWriteRegions", kxSamWriteRegions, 0, lines_of_regions},
 };
 
 // An index of another number of references than most files have, which is passed over, and one of

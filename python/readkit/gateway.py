@@ -70,6 +70,9 @@ _SIGNATURES = {
     "kxFields": (
         "counts, rows, fields = kxFields(bam, index, names, references, firsts, lasts[, ordinals])"
     ),
+    "kxSamWriteRegions": (
+        "kxSamWriteRegions(bam, index, out, references, firsts, lasts, with_tags)"
+    ),
 }
 
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -15,6 +14,7 @@
 #include "core/errors.h"
 #include "gateway/arguments.h"
 #include "gateway/gateways.h"
+#include "gateway/region_arguments.h"
 #include "gateway/results.h"
 
 namespace readkit {
@@ -23,8 +23,6 @@ namespace {
 constexpr std::size_t kMaxFields = 14;
 constexpr int kFirstField = 2;  // among the outputs
 constexpr int kNeededInputs = 6;
-// From so many regions on, the index is read as a whole rather than in parts for each.
-constexpr std::size_t kManyRegions = 16;
 
 // ---- Columns ------------------------------------------------------------------------------------
 
@@ -154,32 +152,7 @@ Columns make_fields(const std::vector<UString>& names) {
   return columns;
 }
 
-// ---- Regions ------------------------------------------------------------------------------------
-
-std::vector<RefRegion> regions_argument(const BAM& bam, const txArray* references,
-                                        const txArray* firsts, const txArray* lasts) {
-  const std::size_t count = txGetNumberOfElements(references);
-  if (txGetNumberOfElements(firsts) != count || txGetNumberOfElements(lasts) != count) {
-    throw BadIndex();
-  }
-  const auto refs = int64_list_argument(references, count, "references");
-  const auto begins = int64_list_argument(firsts, count, "firsts");
-  const auto ends = int64_list_argument(lasts, count, "lasts");
-  std::vector<RefRegion> regions;
-  regions.reserve(count);
-  for (std::size_t i = 0; i < count; ++i) {
-    if (refs[i] < 0 || refs[i] >= bam.get_num_refs()) {
-      throw ReferenceIDNotFound(to_ustring(std::to_string(refs[i])));
-    }
-    constexpr std::int64_t kHighest = std::numeric_limits<int>::max();
-    const std::int64_t first = std::clamp<std::int64_t>(begins[i], 1, kHighest);
-    regions.push_back(
-        {.ref = static_cast<int>(refs[i]),
-         .beg = static_cast<int>(first - 1),
-         .end = static_cast<int>(std::clamp<std::int64_t>(ends[i], first, kHighest))});
-  }
-  return regions;
-}
+// ---- Rows ------------------------------------------------------------------------------------
 
 // Which of the records found are taken: all, or those of ascending ordinals.
 class Selection {
@@ -254,11 +227,7 @@ void kxFields(int nlhs, txArray* plhs[], int nrhs, const txArray* prhs[]) {
     if (regions.size() != 1) throw BadIndex();
     selection = Selection(uint32_list_argument(prhs[kNeededInputs], "ordinals"));
   }
-  if (regions.size() < kManyRegions) {
-    bam.open_index(index_path);
-  } else {
-    bam.load_index(index_path);
-  }
+  open_index_for(regions.size(), bam, index_path);
 
   RegionRows rows(regions.size());
   std::uint32_t row = 0;

@@ -4,12 +4,14 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "bam/bam.h"
 #include "core/errors.h"
 #include "core/file.h"
 #include "gateway/arguments.h"
 #include "gateway/gateways.h"
+#include "gateway/region_arguments.h"
 #include "records/sam_format.h"
 
 namespace readkit {
@@ -77,6 +79,27 @@ void samWrite(int nlhs, txArray* /*plhs*/[], int nrhs, const txArray* prhs[]) {
     // Kept: one would expect the aligned part to count; the number of bases does.
     const bool inside = bam.pos() >= beg && std::int64_t{bam.pos()} + bam.l_seq() <= end;
     if (!contained || inside) out.append(bam, bam.header(), with_tags);
+  }
+  out.close();
+}
+
+// kxSamWriteRegions(bam, index, out, references, firsts, lasts, withTags)
+void kxSamWriteRegions(int nlhs, txArray* /*plhs*/[], int nrhs, const txArray* prhs[]) {
+  validate_argcount(u"kxSamWriteRegions", nrhs, 7, 7, nlhs, 0);
+  const Path bam_path = path_argument(prhs[0]);
+  const Path index_path = index_path_argument(prhs[1]);
+  BAM bam(bam_path);
+  const std::vector<RefRegion> regions = regions_argument(bam, prhs[3], prhs[4], prhs[5]);
+  const bool with_tags = flag_argument(prhs[6], "withTags");
+  open_index_for(regions.size(), bam, index_path);
+  LineFile out(output_argument(prhs[2], bam_path, index_path));
+  std::uint64_t written = 0;  // ends here in the file
+  RegionSweep sweep(bam, regions);
+  while (sweep.next()) {
+    // A record of regions that were read in different parts comes again.
+    if (bam.tell() <= written) continue;
+    written = bam.tell();
+    out.append(bam, bam.header(), with_tags);
   }
   out.close();
 }

@@ -65,6 +65,7 @@ constexpr Limits kLimits[] = {
     {"kxBamShuffleSeeded", u"kxBamShuffleSeeded", 3, 3, 0},
     {"kxCheck", u"kxCheck", 1, 2, 1},
     {"kxFields", u"kxFields", 6, 7, 16},
+    {"kxSamWriteRegions", u"kxSamWriteRegions", 7, 7, 0},
     {"bamInfo", u"bamInfo", 1, 1, 2},
     {"samInfo", u"samInfo", 1, 1, 3},
     {"scanQualities", u"scanQualities", 14, 14, 6},

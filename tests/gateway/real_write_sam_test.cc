@@ -1,6 +1,7 @@
 // Lines of regions and of unaligned records of real BAM files, against a slow filter.
 #include <algorithm>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -111,6 +112,29 @@ TEST_P(RealRegions, SamWriteAppendsTheLinesOfASlowFilter) {
       ASSERT_TRUE(folder_.read("a.sam") == expected);
     }
   }
+}
+
+TEST_P(RealRegions, SamWriteRegionsWritesTheLinesOfASlowFilterOnce) {
+  std::vector<double> references;
+  std::vector<double> firsts;
+  std::vector<double> lasts;
+  std::set<std::size_t> places;
+  for (const Region& region : regions_of(source_, records_)) {
+    if (region.beg == region.end) continue;  // has no last position
+    references.push_back(region.ref);
+    firsts.push_back(region.beg + 1);
+    lasts.push_back(region.end);
+    for (const std::size_t place : model_scan(records_, region.ref, region.beg, region.end)) {
+      places.insert(place);
+    }
+  }
+  std::string expected;
+  for (const std::size_t place : places) expected += line(place, true);
+  call_gateway("kxSamWriteRegions", 0,
+               inputs(text(file_), text(index_beside(file_)), text(folder_, "a.sam"),
+                      host::make_column(references), host::make_column(firsts),
+                      host::make_column(lasts), host::make_scalar(true)));
+  EXPECT_TRUE(folder_.read("a.sam") == expected);
 }
 
 TEST_P(RealWriteSam, UnalignedAppendsTheLinesOfRecordsWithoutAReference) {
