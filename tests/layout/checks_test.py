@@ -43,7 +43,8 @@ HEADERS = {
     "src/gateway/tx_array.h": "",
     "src/quality/encoding.h": "",
     "host/array.h": "",
-    "cli/call.h": "",
+    "cli/call/call.h": "",
+    "cli/job/job.h": "",
 }
 
 
@@ -86,19 +87,26 @@ class LayersTest(unittest.TestCase):
     def test_host_and_program(self):
         self.assert_allowed("host/x.cc", '#include "gateway/tx_array.h"\n#include "core/bytes.h"\n')
         self.assert_found("host/x.cc", '#include "gateway/gateways.h"\n', "may not include")
-        self.assert_found("host/x.cc", '#include "cli/call.h"\n', "may not include")
-        self.assert_allowed("cli/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
-        self.assert_found("cli/x.cc", '#include "bam/bam.h"\n', "may not include")
+        self.assert_found("host/x.cc", '#include "cli/call/call.h"\n', "may not include")
+        self.assert_allowed("cli/job/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
+        self.assert_found("cli/job/x.cc", '#include "bam/bam.h"\n', "may not include")
         self.assert_allowed("python/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
-        self.assert_found("python/x.cc", '#include "cli/call.h"\n', "may not include")
+        self.assert_found("python/x.cc", '#include "cli/call/call.h"\n', "may not include")
 
     def test_headers_that_do_not_exist_or_are_not_spelled_from_the_root(self):
         self.assert_found("src/core/x.cc", '#include "core/none.h"\n', "no header of the project")
         self.assert_found("src/core/x.cc", '\n#include "bytes.h"\n', "spelled from its root", line=2)
 
+    def test_folders_of_the_program(self):
+        self.assert_allowed("cli/job/x.h", '#include "cli/job/job.h"\n#include "cli/call/call.h"\n')
+        self.assert_found("cli/call/x.cc", '#include "cli/job/job.h"\n', "may not include")
+        self.assert_found("cli/json/x.cc", '#include "cli/call/call.h"\n', "may not include")
+        self.assert_allowed("cli/main.cc", '#include "cli/job/job.h"\n')
+
     def test_folder_without_a_layer(self):
-        with Tree({**HEADERS, "src/extra/x.cc": ""}) as root:
-            self.assertEqual(check(root), ["src/extra/x.cc: is in no folder that has a layer"])
+        for name in ("src/extra/x.cc", "src/x.cc", "cli/extra/x.cc", "cli/x.cc"):
+            with Tree({**HEADERS, name: ""}) as root:
+                self.assertEqual(check(root), [f"{name}: is in no folder that has a layer"])
 
     def test_codecs(self):
         for header in ("zlib.h", "libdeflate.h"):
@@ -148,7 +156,7 @@ class PictureTest(unittest.TestCase):
     def test_a_new_use_changes_the_picture(self):
         with Tree(self.FILES) as root:
             before = picture(uses(root))
-            (root / "cli/x.cc").write_text('#include "host/array.h"\n')
+            (root / "cli/job/x.cc").write_text('#include "host/array.h"\n')
             after = picture(uses(root))
         self.assertEqual(after.count("<path d") - before.count("<path d"), 1)
 
