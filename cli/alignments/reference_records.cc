@@ -8,7 +8,7 @@
 namespace readkit::cli {
 namespace {
 
-constexpr char kPositionField[] = "Position";
+constexpr char kPositionFeature[] = "Position";
 constexpr char kEndPositionField[] = "EndPosition";
 
 }  // namespace
@@ -52,7 +52,7 @@ ReferenceRecords::ReferenceRecords(Job& job, const Input& input, std::size_t ref
 Rows ReferenceRecords::batch(const std::vector<std::string>& fields,
                              std::span<const std::uint32_t> ordinals) const {
   // The first column is asked for to see that the rows are those of these records.
-  std::vector<std::string> names = {kPositionField};
+  std::vector<std::string> names = {kPositionFeature};
   names.insert(names.end(), fields.begin(), fields.end());
   const std::vector<host::Owned> arrays = job_.call(
       "getFeatures", static_cast<int>(names.size()), input_.path(), index_.path(),

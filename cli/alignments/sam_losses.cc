@@ -17,7 +17,7 @@ constexpr int kSequenceField = 9;
 constexpr int kFirstTagField = 11;
 
 // Records of one kind, and where the first of them is.
-struct Finding {
+struct Affected {
   std::uint64_t count = 0;
   std::uint64_t line = 0;
   std::string name;
@@ -34,9 +34,9 @@ struct Finding {
 };
 
 struct Losses {
-  Finding cut;
-  Finding without_sequence;
-  Finding arrays;
+  Affected cut;
+  Affected without_sequence;
+  Affected arrays;
   std::uint64_t line = 0;
 
   void look_at(std::string_view text) {

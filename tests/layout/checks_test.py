@@ -5,6 +5,7 @@ import pathlib
 import tempfile
 import unittest
 
+from check_functions import long_functions
 from check_layers import check
 from check_namespaces import strangers
 from check_shared_state import unknown
@@ -134,6 +135,29 @@ class LayersTest(unittest.TestCase):
     def test_empty_tree(self):
         with Tree({}) as root:
             self.assertEqual(len(check(root)), 1)
+
+
+class FunctionsTest(unittest.TestCase):
+    def found(self, name, text):
+        with Tree({name: text}) as root:
+            return [complaint.split(": ")[0] + ": " + complaint.split(": ")[1]
+                    for complaint in long_functions(root, most=3)]
+
+    def test_python(self):
+        self.assertEqual(self.found("docs/x.py", "def f():\n    a\n    b\n"), [])
+        self.assertEqual(self.found("docs/x.py", "\ndef f():\n    a\n    b\n    c\n"),
+                         ["docs/x.py:2: 4 lines"])
+        self.assertEqual(self.found("bench/x", "#!/usr/bin/env python3\ndef f():\n a\n b\n c\n"),
+                         ["bench/x:2: 4 lines"])
+
+    def test_cpp(self):
+        self.assertEqual(self.found("tests/x.cc", "void f() {\n  a;\n}\n"), [])
+        self.assertEqual(self.found("tests/x.cc", "void f(int a,\n       int b) {\n  a;\n}\n"),
+                         ["tests/x.cc:1: 4 lines"])
+        self.assertEqual(self.found("tests/x.cc", "class F {\n  int f() {\n    // {\n    a;\n  }\n};\n"),
+                         ["tests/x.cc:2: 4 lines"])
+        self.assertEqual(self.found("fuzz/x.cc", "const T kRows[] = {\n  a(),\n  b(),\n};\n"), [])
+        self.assertEqual(self.found("src/x.cc", "void f() {\n  a;\n  b;\n}\n"), [])
 
 
 class PictureTest(unittest.TestCase):

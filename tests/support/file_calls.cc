@@ -161,28 +161,28 @@ std::vector<FileCall> FileCalls::region_calls(const std::string& index_base) con
   std::iota(positions_1_to_20.begin(), positions_1_to_20.end(), 1);
   const auto bam = [this] { return text(folder_, "a.bam"); };
   const auto index = [=, this] { return text(folder_, index_base + ".bai"); };
-  return {{"getStartsInReference",
-           gateway("getStartsInReference", 3, [=] { return inputs(bam(), index(), number(0)); }),
-           rows<0>},
-          {"getFeatures",
-           gateway("getFeatures", 11,
-                   [=] {
-                     return inputs(bam(), index(), all_features(), number(0),
-                                   host::make_column<std::uint32_t>({1, 2}),
-                                   host::make_column<std::uint32_t>({9, 19}));
-                   }),
-           positions},
-          fields("kxFields", index_base + ".bai", {1, 1}, {1000, 13}, first_numbers),
-          fields("kxFields_of_20", index_base + ".bai", positions_1_to_20, positions_1_to_20,
-                 rows<2>),
-          {"samWrite",
-           gateway("samWrite", 0,
-                   [=, this] {
-                     return inputs(bam(), text(folder_, index_base), output("out.sam"),
-                                   text("chr1:1-1000"), host::make_scalar(true),
-                                   host::make_scalar(false));
-                   }),
-           lines_in("out.sam", 1)}};
+  return {
+      {"getStartsInReference",
+       gateway("getStartsInReference", 3, [=] { return inputs(bam(), index(), number(0)); }),
+       rows<0>},
+      {"getFeatures",
+       gateway("getFeatures", 11,
+               [=] {
+                 return inputs(bam(), index(), all_features(), number(0),
+                               host::make_column<std::uint32_t>({1, 2}),
+                               host::make_column<std::uint32_t>({9, 19}));
+               }),
+       positions},
+      fields("kxFields", index_base + ".bai", {1, 1}, {1000, 13}, first_numbers),
+      fields("kxFields_of_20", index_base + ".bai", positions_1_to_20, positions_1_to_20, rows<2>),
+      {"samWrite",
+       gateway("samWrite", 0,
+               [=, this] {
+                 return inputs(bam(), text(folder_, index_base), output("out.sam"),
+                               text("chr1:1-1000"), host::make_scalar(true),
+                               host::make_scalar(false));
+               }),
+       lines_in("out.sam", 1)}};
 }
 
 std::vector<FileCall> FileCalls::conversions(const std::string& file,
