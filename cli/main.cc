@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-#include "cli/command_line.h"
-#include "cli/commands.h"
-#include "cli/failure.h"
-#include "cli/interrupt.h"
-#include "cli/job.h"
-#include "cli/messages.h"
-#include "cli/output.h"
-#include "cli/usage_error.h"
+#include "cli/command_line/command_line.h"
+#include "cli/commands/commands.h"
+#include "cli/job/job.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/interrupt.h"
+#include "cli/terminal/messages.h"
+#include "cli/terminal/output.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

@@ -1,12 +1,12 @@
 // readkit call: any function of the library, with inputs and outputs as JSON.
-#include "cli/call.h"
+#include "cli/call/call.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "cli/commands.h"
-#include "cli/usage_error.h"
+#include "cli/commands/commands.h"
+#include "cli/terminal/usage_error.h"
 #include "host/call.h"
 
 namespace readkit::cli {

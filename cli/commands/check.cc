@@ -5,12 +5,12 @@
 #include <optional>
 #include <string>
 
-#include "cli/check_result.h"
-#include "cli/commands.h"
-#include "cli/input.h"
-#include "cli/job.h"
-#include "cli/private_folder.h"
-#include "cli/usage_error.h"
+#include "cli/commands/commands.h"
+#include "cli/files/private_folder.h"
+#include "cli/job/check_result.h"
+#include "cli/job/input.h"
+#include "cli/job/job.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

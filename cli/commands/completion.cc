@@ -1,12 +1,12 @@
 // readkit completion: scripts for shells.
-#include "cli/completion.h"
+#include "cli/command_line/completion.h"
 
 #include <memory>
 #include <string>
 
-#include "cli/commands.h"
-#include "cli/job.h"
-#include "cli/usage_error.h"
+#include "cli/commands/commands.h"
+#include "cli/job/job.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 

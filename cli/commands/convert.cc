@@ -7,17 +7,17 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/alignment_header.h"
-#include "cli/commands.h"
-#include "cli/failure.h"
-#include "cli/input.h"
-#include "cli/job.h"
-#include "cli/named_pipe.h"
-#include "cli/number_list.h"
-#include "cli/regions.h"
-#include "cli/sam_losses.h"
-#include "cli/target.h"
-#include "cli/usage_error.h"
+#include "cli/alignments/alignment_header.h"
+#include "cli/alignments/regions.h"
+#include "cli/alignments/sam_losses.h"
+#include "cli/command_line/number_list.h"
+#include "cli/commands/commands.h"
+#include "cli/files/named_pipe.h"
+#include "cli/job/input.h"
+#include "cli/job/job.h"
+#include "cli/job/target.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

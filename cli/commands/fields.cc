@@ -8,19 +8,19 @@
 #include <string>
 #include <vector>
 
-#include "cli/alignment_header.h"
-#include "cli/commands.h"
-#include "cli/failure.h"
-#include "cli/input.h"
-#include "cli/job.h"
-#include "cli/joined.h"
-#include "cli/npz.h"
-#include "cli/number_list.h"
-#include "cli/query_index.h"
-#include "cli/reference_records.h"
-#include "cli/regions.h"
-#include "cli/target.h"
-#include "cli/usage_error.h"
+#include "cli/alignments/alignment_header.h"
+#include "cli/alignments/reference_records.h"
+#include "cli/alignments/regions.h"
+#include "cli/command_line/joined.h"
+#include "cli/command_line/number_list.h"
+#include "cli/commands/commands.h"
+#include "cli/files/npz.h"
+#include "cli/job/input.h"
+#include "cli/job/job.h"
+#include "cli/job/query_index.h"
+#include "cli/job/target.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

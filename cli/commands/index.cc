@@ -3,12 +3,12 @@
 #include <optional>
 #include <string>
 
-#include "cli/commands.h"
-#include "cli/failure.h"
-#include "cli/input.h"
-#include "cli/job.h"
-#include "cli/target.h"
-#include "cli/usage_error.h"
+#include "cli/commands/commands.h"
+#include "cli/job/input.h"
+#include "cli/job/job.h"
+#include "cli/job/target.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "cli/alignment_header.h"
-#include "cli/bam_end.h"
-#include "cli/commands.h"
-#include "cli/input.h"
-#include "cli/job.h"
-#include "cli/usage_error.h"
+#include "cli/alignments/alignment_header.h"
+#include "cli/commands/commands.h"
+#include "cli/files/bam_end.h"
+#include "cli/job/input.h"
+#include "cli/job/job.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

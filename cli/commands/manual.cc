@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "cli/commands.h"
-#include "cli/failure.h"
-#include "cli/help.h"
-#include "cli/job.h"
-#include "cli/usage_error.h"
+#include "cli/command_line/help.h"
+#include "cli/commands/commands.h"
+#include "cli/job/job.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
-#include "cli/commands.h"
-#include "cli/input.h"
-#include "cli/job.h"
-#include "cli/rewrite.h"
+#include "cli/alignments/rewrite.h"
+#include "cli/commands/commands.h"
+#include "cli/job/input.h"
+#include "cli/job/job.h"
 
 namespace readkit::cli {
 namespace {

@@ -2,12 +2,12 @@
 #include <memory>
 #include <string>
 
-#include "cli/commands.h"
-#include "cli/input.h"
-#include "cli/job.h"
-#include "cli/rewrite.h"
-#include "cli/sam_losses.h"
-#include "cli/usage_error.h"
+#include "cli/alignments/rewrite.h"
+#include "cli/alignments/sam_losses.h"
+#include "cli/commands/commands.h"
+#include "cli/job/input.h"
+#include "cli/job/job.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

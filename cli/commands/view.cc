@@ -7,20 +7,20 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/alignment_header.h"
-#include "cli/bed_file.h"
-#include "cli/byte_source.h"
-#include "cli/commands.h"
-#include "cli/input.h"
-#include "cli/job.h"
-#include "cli/lines.h"
-#include "cli/named_pipe.h"
-#include "cli/query_index.h"
-#include "cli/region_set.h"
-#include "cli/regions.h"
-#include "cli/sam_line.h"
-#include "cli/target.h"
-#include "cli/usage_error.h"
+#include "cli/alignments/alignment_header.h"
+#include "cli/alignments/bed_file.h"
+#include "cli/alignments/region_set.h"
+#include "cli/alignments/regions.h"
+#include "cli/alignments/sam_line.h"
+#include "cli/commands/commands.h"
+#include "cli/files/byte_source.h"
+#include "cli/files/lines.h"
+#include "cli/files/named_pipe.h"
+#include "cli/job/input.h"
+#include "cli/job/job.h"
+#include "cli/job/query_index.h"
+#include "cli/job/target.h"
+#include "cli/terminal/usage_error.h"
 
 namespace readkit::cli {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <unistd.h>
 
-#include "cli/byte_source.h"
-#include "cli/failure.h"
-#include "cli/libraries.h"
+#include "cli/call/libraries.h"
+#include "cli/files/byte_source.h"
+#include "cli/terminal/failure.h"
 
 namespace readkit::cli {
 

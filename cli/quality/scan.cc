@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/advice.h"
-#include "cli/job.h"
+#include "cli/job/advice.h"
+#include "cli/job/job.h"
 #include "host/error.h"
 
 namespace readkit::cli {

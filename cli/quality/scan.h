@@ -1,7 +1,7 @@
 // The scan of one file's qualities by the library.
 #pragma once
 
-#include "cli/input.h"
+#include "cli/job/input.h"
 #include "report/counts.h"
 #include "report/document.h"
 

@@ -7,10 +7,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "cli/arguments.h"
-#include "cli/output.h"
-#include "cli/results.h"
-#include "cli/usage_error.h"
+#include "cli/call/arguments.h"
+#include "cli/call/results.h"
+#include "cli/terminal/output.h"
+#include "cli/terminal/usage_error.h"
 #include "fuzz/support/blocks.h"
 #include "fuzz/support/calls.h"
 #include "fuzz/support/samples.h"

@@ -17,10 +17,6 @@
 namespace readkit::bam_bai_file_test {
 namespace {
 
-std::string int32(std::int64_t number) {
-  return little_endian(static_cast<std::uint64_t>(number), 4);
-}
-
 // Two references, the second one with windows; every count is small and not zero.
 const ModelIndex kIndex = {
     .refs = {{.bins = {{4681, {{100, 200}, {300, 400}}}, {kModelPseudoBin, {{100, 400}, {5, 6}}}},

@@ -22,10 +22,6 @@
 namespace readkit::bam_index_file_test {
 namespace {
 
-std::string int32(std::int64_t number) {
-  return little_endian(static_cast<std::uint64_t>(number), 4);
-}
-
 const ModelIndex kIndex = {
     .refs = {{.bins = {{4681, {{100, 200}, {300, 400}}}, {kModelPseudoBin, {{100, 400}, {5, 6}}}},
               .linear = {100}},

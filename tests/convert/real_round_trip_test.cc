@@ -131,81 +131,76 @@ void for_each_field(Trip& trip, const char* types, const std::function<void(Fiel
   }
 }
 
-const std::vector<Rule>& rules() {
-  static const std::vector<Rule> all = {
-      {"a record without a sequence ends the way back", "bam/sr.pos_sorted.bam",
-       [](Trip& trip) {
-         if (trip.content.seq == "*") trip.error = kInvalidLine;
-       }},
-      // Its text lacks the subtype: the first character is taken for it.
-      {"an array of which no number is left behind its first character ends it too", "bam/tags.bam",
-       [](Trip& trip) {
-         for_each_field(trip, "B", [&](Field& field) {
-           const std::string text =
-               field.tag.text.substr(std::min<std::size_t>(field.tag.text.size(), 3));
-           char* end = nullptr;
-           std::strtol(text.c_str(), &end, 10);
-           if (end == text.c_str() && trip.error.empty()) trip.error = kNoNumber;
-         });
-       }},
-      {"any other array keeps its count, and no elements", "bam/example_btag.bam",
-       [](Trip& trip) {
-         for_each_field(trip, "B", [](Field& field) {
-           const std::string& text = field.tag.text;
-           if (text.size() < 3) return;
-           const auto count = static_cast<std::uint64_t>(std::count(text.begin(), text.end(), ','));
-           set_value(field, 'B', text[2] + little_endian(count, 4));
-         });
-       }},
-      {"references that the header's text does not list are none", "bam/notexthdr.bam",
-       [](Trip& trip) {
-         trip.content.ref_id = trip.new_index(trip.content.ref_id);
-         trip.content.next_ref_id = trip.new_index(trip.content.next_ref_id);
-       }},
-      {"the bin is computed", "bam/compressed.bam",
-       [](Trip& trip) {
-         trip.content.bin = slow_bin(trip.content.pos, trip.content.end) & 0xffff;
-       }},
-      {"a sequence has its length modulo 256", "bam/ex9_fail.bam",
-       [](Trip& trip) {
-         Content& c = trip.content;
-         if (c.qual != "*") c.qual.resize(c.qual.size() % 256);
-         c.seq.resize(c.seq.size() % 256);
-         if (c.seq.empty()) c.seq = c.qual = "*";
-       }},
-      {"missing qualities of a record without optional fields are a 9 and blanks", "bam/colons.bam",
-       [](Trip& trip) {
-         Content& c = trip.content;
-         if (c.qual == "*" && c.seq != "*" && c.fields.empty()) c.qual.resize(c.seq.size(), ' ');
-       }},
-      {"integers have 32 bits", "bam/ex1.bam",
-       [](Trip& trip) {
-         for_each_field(trip, "cCsSI", [](Field& field) {
-           const long number = std::strtol(field.tag.text.c_str(), nullptr, 10);
-           set_value(field, 'i', little_endian(static_cast<std::uint64_t>(number), 4));
-         });
-       }},
-      {"integers beyond 2147483647 are negative", "bam/inttest.bam", [](Trip&) {}},
-      {"floats have six decimals", "bam/picard_flow_subsample.bam",
-       [](Trip& trip) {
-         for_each_field(trip, "f", [](Field& field) {
-           set_value(field, 'f', float_bytes(std::strtof(field.tag.text.c_str(), nullptr)));
-         });
-       }},
-      {"fields of type H are half their digits, and lose their NUL", "bam/tags.bam",
-       [](Trip& trip) {
-         for_each_field(trip, "H", [](Field& field) {
-           std::string value(field.tag.text.size() / 2, '\0');
-           for (std::size_t k = 0; 2 * k < value.size(); ++k) {
-             const std::string pair = field.tag.text.substr(2 * k, 2);
-             value[2 * k] = static_cast<char>(std::strtol(pair.c_str(), nullptr, 16));
-           }
-           set_value(field, 'H', value);
-         });
-       }},
-  };
-  return all;
-}
+const std::vector<Rule> kRules = {
+    {"a record without a sequence ends the way back", "bam/sr.pos_sorted.bam",
+     [](Trip& trip) {
+       if (trip.content.seq == "*") trip.error = kInvalidLine;
+     }},
+    // Its text lacks the subtype: the first character is taken for it.
+    {"an array of which no number is left behind its first character ends it too", "bam/tags.bam",
+     [](Trip& trip) {
+       for_each_field(trip, "B", [&](Field& field) {
+         const std::string text =
+             field.tag.text.substr(std::min<std::size_t>(field.tag.text.size(), 3));
+         char* end = nullptr;
+         std::strtol(text.c_str(), &end, 10);
+         if (end == text.c_str() && trip.error.empty()) trip.error = kNoNumber;
+       });
+     }},
+    {"any other array keeps its count, and no elements", "bam/example_btag.bam",
+     [](Trip& trip) {
+       for_each_field(trip, "B", [](Field& field) {
+         const std::string& text = field.tag.text;
+         if (text.size() < 3) return;
+         const auto count = static_cast<std::uint64_t>(std::count(text.begin(), text.end(), ','));
+         set_value(field, 'B', text[2] + little_endian(count, 4));
+       });
+     }},
+    {"references that the header's text does not list are none", "bam/notexthdr.bam",
+     [](Trip& trip) {
+       trip.content.ref_id = trip.new_index(trip.content.ref_id);
+       trip.content.next_ref_id = trip.new_index(trip.content.next_ref_id);
+     }},
+    {"the bin is computed", "bam/compressed.bam",
+     [](Trip& trip) { trip.content.bin = slow_bin(trip.content.pos, trip.content.end) & 0xffff; }},
+    {"a sequence has its length modulo 256", "bam/ex9_fail.bam",
+     [](Trip& trip) {
+       Content& c = trip.content;
+       if (c.qual != "*") c.qual.resize(c.qual.size() % 256);
+       c.seq.resize(c.seq.size() % 256);
+       if (c.seq.empty()) c.seq = c.qual = "*";
+     }},
+    {"missing qualities of a record without optional fields are a 9 and blanks", "bam/colons.bam",
+     [](Trip& trip) {
+       Content& c = trip.content;
+       if (c.qual == "*" && c.seq != "*" && c.fields.empty()) c.qual.resize(c.seq.size(), ' ');
+     }},
+    {"integers have 32 bits", "bam/ex1.bam",
+     [](Trip& trip) {
+       for_each_field(trip, "cCsSI", [](Field& field) {
+         const long number = std::strtol(field.tag.text.c_str(), nullptr, 10);
+         set_value(field, 'i', little_endian(static_cast<std::uint64_t>(number), 4));
+       });
+     }},
+    {"integers beyond 2147483647 are negative", "bam/inttest.bam", [](Trip&) {}},
+    {"floats have six decimals", "bam/picard_flow_subsample.bam",
+     [](Trip& trip) {
+       for_each_field(trip, "f", [](Field& field) {
+         set_value(field, 'f', float_bytes(std::strtof(field.tag.text.c_str(), nullptr)));
+       });
+     }},
+    {"fields of type H are half their digits, and lose their NUL", "bam/tags.bam",
+     [](Trip& trip) {
+       for_each_field(trip, "H", [](Field& field) {
+         std::string value(field.tag.text.size() / 2, '\0');
+         for (std::size_t k = 0; 2 * k < value.size(); ++k) {
+           const std::string pair = field.tag.text.substr(2 * k, 2);
+           value[2 * k] = static_cast<char>(std::strtol(pair.c_str(), nullptr, 16));
+         }
+         set_value(field, 'H', value);
+       });
+     }},
+};
 
 constexpr char kNegative[] = "integers beyond 2147483647 are negative";
 
@@ -230,7 +225,7 @@ std::set<std::string> rules_of(const std::string& file) {
   EXPECT_EQ(lines.size(), source.records.size());
   for (std::size_t i = 0; i < std::min(lines.size(), source.records.size()); ++i) {
     Trip trip{source, indexes, original_content(source.records[i])};
-    for (const Rule& rule : rules()) {
+    for (const Rule& rule : kRules) {
       if (!trip.error.empty()) break;
       const Content before = trip.content;
       rule.apply(trip);
@@ -275,7 +270,7 @@ TEST_P(RealRoundTrip, BamOfTheTextHoldsWhatItsLinesSay) {
 
 class LossRule : public testing::TestWithParam<Rule> {};
 
-INSTANTIATE_TEST_SUITE_P(Rules, LossRule, testing::ValuesIn(rules()), [](const auto& param) {
+INSTANTIATE_TEST_SUITE_P(Rules, LossRule, testing::ValuesIn(kRules), [](const auto& param) {
   return sam_test_name(param.param.example) + "_" + std::to_string(param.index);
 });
 

@@ -139,91 +139,89 @@ struct StreamRow {
   std::optional<std::string> data;
 };
 
-std::vector<StreamRow> unusual_streams() {
-  const std::vector<int> two = {1, 1};
-  return {
-      {"fixed codes, plain", fixed_a().fixed_symbol(256).bytes(), "a"},
-      {"fixed length symbol 285",
-       fixed_a().fixed_symbol(285).fixed_distance(0).fixed_symbol(256).bytes(),
-       std::string(259, 'a')},
-      {"fixed length symbol 286",
-       fixed_a().fixed_symbol(286).fixed_distance(0).fixed_symbol(256).bytes(), std::nullopt},
-      {"fixed length symbol 287",
-       fixed_a().fixed_symbol(287).fixed_distance(0).fixed_symbol(256).bytes(), std::nullopt},
-      {"distance before the data",
-       fixed_a().fixed_symbol(257).fixed_distance(1).fixed_symbol(256).bytes(), std::nullopt},
-      {"fixed distance symbol 30",
-       fixed_a().fixed_symbol(257).fixed_distance(30).put(0, 13).fixed_symbol(256).bytes(),
-       std::nullopt},
-      {"fixed distance symbol 30 with data enough before it",
-       [] {
-         DeflateBits stream = fixed_a();
-         for (int i = 0; i < 100; ++i) stream.fixed_symbol(285).fixed_distance(0);
-         return stream.fixed_symbol(257).fixed_distance(30).put(0, 13).fixed_symbol(256).bytes();
-       }(),
-       std::nullopt},
-      {"block type 3", DeflateBits().last_block(3).put(0, 29).bytes(), std::nullopt},
-      {"stored",
-       std::string("\x01\x01\x00\xfe\xff"
-                   "a",
-                   6),
-       "a"},
-      {"stored, length and complement differ",
-       std::string("\x01\x01\x00\xff\xff"
-                   "a",
-                   6),
-       std::nullopt},
-      {"stored, empty", std::string("\x01\x00\x00\xff\xff", 5), ""},
-      {"dynamic codes, plain", match_with(two, 0, 1), "aaaa"},
-      {"286 literal lengths", literal_only(small_literals(286), two), "a"},
-      {"287 literal lengths", literal_only(small_literals(287), two), std::nullopt},
-      {"288 literal lengths", literal_only(small_literals(288), two), std::nullopt},
-      {"30 distance lengths", match_with(std::vector<int>(30, 5), 0, 5), std::nullopt},
-      {"one distance code of one bit", match_with({1}, 0, 1), "aaaa"},
-      {"the other bit of a lone distance code", match_with({1}, 1, 1), std::nullopt},
-      {"one distance code of two bits", literal_only(small_literals(), {2}), std::nullopt},
-      {"no distance code, none used", literal_only(small_literals(), {0}), "a"},
-      {"no distance code, one used", match_with({0}, 0, 1), std::nullopt},
-      {"too many distance codes", literal_only(small_literals(), {1, 1, 1}), std::nullopt},
-      {"too few literal codes",
-       [] {
-         std::vector<int> lengths = small_literals();
-         lengths['b'] = 0;
-         return literal_only(lengths, {1, 1});
-       }(),
-       std::nullopt},
-      {"no code for the end of the block",
-       [] {
-         std::vector<int> lengths(257, 0);
-         lengths['a'] = lengths['b'] = 1;
-         return DeflateBits().last_block(2).dynamic_codes(lengths, {1, 1}).put(0, 8).bytes();
-       }(),
-       std::nullopt},
-      {"only the end of the block",
-       [] {
-         std::vector<int> lengths(257, 0);
-         lengths[256] = 1;
-         return DeflateBits().last_block(2).dynamic_codes(lengths, {0}).put(0, 1).bytes();
-       }(),
-       ""},
-      {"a repeat with nothing before it",
-       DeflateBits()
-           .last_block(2)
-           .put(0, 5)
-           .put(0, 5)
-           .put(0, 4)
-           .put(1, 3)
-           .put(1, 3)
-           .put(0, 3)
-           .put(0, 3)
-           .put(0, 32)
-           .bytes(),
-       std::nullopt},
-  };
-}
+const std::vector<int> kTwo = {1, 1};
+const std::vector<StreamRow> kUnusualStreams = {
+    {"fixed codes, plain", fixed_a().fixed_symbol(256).bytes(), "a"},
+    {"fixed length symbol 285",
+     fixed_a().fixed_symbol(285).fixed_distance(0).fixed_symbol(256).bytes(),
+     std::string(259, 'a')},
+    {"fixed length symbol 286",
+     fixed_a().fixed_symbol(286).fixed_distance(0).fixed_symbol(256).bytes(), std::nullopt},
+    {"fixed length symbol 287",
+     fixed_a().fixed_symbol(287).fixed_distance(0).fixed_symbol(256).bytes(), std::nullopt},
+    {"distance before the data",
+     fixed_a().fixed_symbol(257).fixed_distance(1).fixed_symbol(256).bytes(), std::nullopt},
+    {"fixed distance symbol 30",
+     fixed_a().fixed_symbol(257).fixed_distance(30).put(0, 13).fixed_symbol(256).bytes(),
+     std::nullopt},
+    {"fixed distance symbol 30 with data enough before it",
+     [] {
+       DeflateBits stream = fixed_a();
+       for (int i = 0; i < 100; ++i) stream.fixed_symbol(285).fixed_distance(0);
+       return stream.fixed_symbol(257).fixed_distance(30).put(0, 13).fixed_symbol(256).bytes();
+     }(),
+     std::nullopt},
+    {"block type 3", DeflateBits().last_block(3).put(0, 29).bytes(), std::nullopt},
+    {"stored",
+     std::string("\x01\x01\x00\xfe\xff"
+                 "a",
+                 6),
+     "a"},
+    {"stored, length and complement differ",
+     std::string("\x01\x01\x00\xff\xff"
+                 "a",
+                 6),
+     std::nullopt},
+    {"stored, empty", std::string("\x01\x00\x00\xff\xff", 5), ""},
+    {"dynamic codes, plain", match_with(kTwo, 0, 1), "aaaa"},
+    {"286 literal lengths", literal_only(small_literals(286), kTwo), "a"},
+    {"287 literal lengths", literal_only(small_literals(287), kTwo), std::nullopt},
+    {"288 literal lengths", literal_only(small_literals(288), kTwo), std::nullopt},
+    {"30 distance lengths", match_with(std::vector<int>(30, 5), 0, 5), std::nullopt},
+    {"one distance code of one bit", match_with({1}, 0, 1), "aaaa"},
+    {"the other bit of a lone distance code", match_with({1}, 1, 1), std::nullopt},
+    {"one distance code of two bits", literal_only(small_literals(), {2}), std::nullopt},
+    {"no distance code, none used", literal_only(small_literals(), {0}), "a"},
+    {"no distance code, one used", match_with({0}, 0, 1), std::nullopt},
+    {"too many distance codes", literal_only(small_literals(), {1, 1, 1}), std::nullopt},
+    {"too few literal codes",
+     [] {
+       std::vector<int> lengths = small_literals();
+       lengths['b'] = 0;
+       return literal_only(lengths, {1, 1});
+     }(),
+     std::nullopt},
+    {"no code for the end of the block",
+     [] {
+       std::vector<int> lengths(257, 0);
+       lengths['a'] = lengths['b'] = 1;
+       return DeflateBits().last_block(2).dynamic_codes(lengths, {1, 1}).put(0, 8).bytes();
+     }(),
+     std::nullopt},
+    {"only the end of the block",
+     [] {
+       std::vector<int> lengths(257, 0);
+       lengths[256] = 1;
+       return DeflateBits().last_block(2).dynamic_codes(lengths, {0}).put(0, 1).bytes();
+     }(),
+     ""},
+    {"a repeat with nothing before it",
+     DeflateBits()
+         .last_block(2)
+         .put(0, 5)
+         .put(0, 5)
+         .put(0, 4)
+         .put(1, 3)
+         .put(1, 3)
+         .put(0, 3)
+         .put(0, 3)
+         .put(0, 32)
+         .bytes(),
+     std::nullopt},
+};
 
 TEST(Inflate, UnusualStreamsGiveWhatZlibGives) {
-  for (const StreamRow& row : unusual_streams()) {
+  for (const StreamRow& row : kUnusualStreams) {
     const std::string stream = row.stream + std::string(8, '\0');  // room to read ahead
     EXPECT_EQ(inflated(stream), row.data) << row.what;
   }
@@ -243,7 +241,7 @@ TEST(Inflate, AWrongStatedSizeDoesNotMatterForASoundStream) {
 }
 
 TEST(Inflate, TheUnusualStreamsAreWhatTheyAreCalled) {
-  for (const StreamRow& row : unusual_streams()) {
+  for (const StreamRow& row : kUnusualStreams) {
     const ZlibVerdict verdict = zlib_inflate(row.stream + std::string(8, '\0'), 0x10000);
     EXPECT_EQ(verdict.ends, row.data.has_value()) << row.what;
     if (row.data) {

@@ -11,6 +11,7 @@
 
 #include "support/bam_builder.h"
 #include "support/bgzf_builder.h"
+#include "support/feature_file.h"
 #include "support/gateway_calls.h"
 #include "support/index_model.h"
 
@@ -26,25 +27,7 @@ constexpr char kUnknownFeature[] = "seqlab:bamaccessgw:getfeaturesinrefbyindex:U
 class GetFeatures : public testing::Test {
  protected:
   GetFeatures() {
-    BamBuilder()
-        .refs(2, 100000)
-        .record(RecordBuilder("other").at(0, 9).cigar("5M"))
-        .record(RecordBuilder("first")
-                    .at(1, 99)
-                    .flag(0x63)
-                    .mapq(60)
-                    .mate(0, 499)
-                    .cigar("2S3M1D2M10N1M1I")
-                    .seq("ACGTNACGT")
-                    .qual("!\"#$%&'()"))
-        .record(RecordBuilder("second").at(1, 100).flag(0x4).mapq(255).mate(1, -1))
-        .record(RecordBuilder("third")
-                    .at(1, 200)
-                    .flag(0xffff)
-                    .mate(-1, 2147483647)
-                    .cigar("4=1X")
-                    .seq("=ACMG"))
-        .write(folder_, "a.bam");
+    feature_file().write(folder_, "a.bam");
     call_gateway("bamIndex", 0, inputs(text(folder_, "a.bam"), text(folder_, "a.bai")));
   }
 

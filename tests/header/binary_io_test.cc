@@ -43,10 +43,6 @@ class BinaryHeader : public testing::Test {
   TempDir folder_;
 };
 
-std::string int32(std::int64_t value) {
-  return little_endian(static_cast<std::uint64_t>(value), 4);
-}
-
 const char kText[] = "@HD\tVN:1.6\n@SQ\tSN:chr1\tLN:1000\n";
 
 BamBuilder two_references() {

@@ -5,8 +5,9 @@
 
 core <- header <- records <- bam | sam <- convert | check <- gateway <- quality
 host -> gateway/tx_*.h, core        report -> host, core        cli, python -> report, host, core
+terminal <- json | files | command_line <- call <- job <- alignments <- quality <- commands   (of cli)
 
-A file includes its own folder and those to its left. The sources of bam and sam may use each
+A file includes its own folder and those to its left; cli/main.cc includes any of cli. The sources of bam and sam may use each
 other's headers, their headers may not. Compression libraries, file handles, and raw new and delete
 each have their one place, or none.
 """
@@ -19,10 +20,20 @@ from sources import code_of, includes_of, report, sources
 
 LAYERS = [["core"], ["header"], ["records"], ["bam", "sam"], ["convert", "check"], ["gateway"],
           ["quality"]]
-LEVEL = {folder: level for level, folders in enumerate(LAYERS) for folder in folders}
+CLI_LAYERS = [["terminal"], ["json", "files", "command_line"], ["call"], ["job"], ["alignments"],
+              ["quality"], ["commands"]]
+
+
+def levels(layers):
+    return {folder: level for level, folders in enumerate(layers) for folder in folders}
+
+
+LEVEL = levels(LAYERS)
+CLI_LEVEL = levels(CLI_LAYERS)
+CLI_MAIN = "cli/main.cc"
 
 CODEC_FILES = {"src/core/inflate.cc", "src/core/deflate_zlib.cc", "src/core/deflate_libdeflate.cc",
-               "cli/gunzip.cc", "cli/npz.cc", "cli/version.cc"}
+               "cli/files/gunzip.cc", "cli/files/npz.cc", "cli/command_line/version.cc"}
 CODEC_HEADERS = {"zlib.h", "libdeflate.h"}
 FILE_HANDLE_FILES = {"src/core/file.h", "src/core/file.cc", "src/core/file_stream.h",
                      "src/core/file_stream.cc", "src/core/interrupted.h",
@@ -38,6 +49,9 @@ def may_include(user, name):
     folder = name.split("/")[0]
     if user.parts[0] == "host":
         return folder in ("host", "core") or re.fullmatch(r"gateway/tx_\w+\.h", name) is not None
+    if user.parts[0] == folder == "cli" and user.as_posix() != CLI_MAIN:
+        own, other = user.parts[1], name.split("/")[1]
+        return own == other or CLI_LEVEL.get(other, len(CLI_LEVEL)) < CLI_LEVEL[own]
     if user.parts[0] in ("cli", "python", "report"):
         return folder in (user.parts[0], "report", "host", "core")
     own = user.parts[1]
@@ -54,7 +68,9 @@ def exists(root, name):
 
 
 def complaints_about(root, user):
-    if user.parts[0] == "src" and (len(user.parts) != 3 or user.parts[1] not in LEVEL):
+    layers = {"src": LEVEL, "cli": CLI_LEVEL}.get(user.parts[0])
+    has_layer = len(user.parts) == 3 and layers is not None and user.parts[1] in layers
+    if layers is not None and not has_layer and user.as_posix() != CLI_MAIN:
         yield f"{user}: is in no folder that has a layer"
         return
     code = code_of(root / user)

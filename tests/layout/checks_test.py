@@ -5,6 +5,7 @@ import pathlib
 import tempfile
 import unittest
 
+from check_functions import long_functions
 from check_layers import check
 from check_namespaces import strangers
 from check_shared_state import unknown
@@ -43,7 +44,8 @@ HEADERS = {
     "src/gateway/tx_array.h": "",
     "src/quality/encoding.h": "",
     "host/array.h": "",
-    "cli/call.h": "",
+    "cli/call/call.h": "",
+    "cli/job/job.h": "",
 }
 
 
@@ -86,19 +88,26 @@ class LayersTest(unittest.TestCase):
     def test_host_and_program(self):
         self.assert_allowed("host/x.cc", '#include "gateway/tx_array.h"\n#include "core/bytes.h"\n')
         self.assert_found("host/x.cc", '#include "gateway/gateways.h"\n', "may not include")
-        self.assert_found("host/x.cc", '#include "cli/call.h"\n', "may not include")
-        self.assert_allowed("cli/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
-        self.assert_found("cli/x.cc", '#include "bam/bam.h"\n', "may not include")
+        self.assert_found("host/x.cc", '#include "cli/call/call.h"\n', "may not include")
+        self.assert_allowed("cli/job/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
+        self.assert_found("cli/job/x.cc", '#include "bam/bam.h"\n', "may not include")
         self.assert_allowed("python/x.cc", '#include "host/array.h"\n#include "core/bytes.h"\n')
-        self.assert_found("python/x.cc", '#include "cli/call.h"\n', "may not include")
+        self.assert_found("python/x.cc", '#include "cli/call/call.h"\n', "may not include")
 
     def test_headers_that_do_not_exist_or_are_not_spelled_from_the_root(self):
         self.assert_found("src/core/x.cc", '#include "core/none.h"\n', "no header of the project")
         self.assert_found("src/core/x.cc", '\n#include "bytes.h"\n', "spelled from its root", line=2)
 
+    def test_folders_of_the_program(self):
+        self.assert_allowed("cli/job/x.h", '#include "cli/job/job.h"\n#include "cli/call/call.h"\n')
+        self.assert_found("cli/call/x.cc", '#include "cli/job/job.h"\n', "may not include")
+        self.assert_found("cli/json/x.cc", '#include "cli/call/call.h"\n', "may not include")
+        self.assert_allowed("cli/main.cc", '#include "cli/job/job.h"\n')
+
     def test_folder_without_a_layer(self):
-        with Tree({**HEADERS, "src/extra/x.cc": ""}) as root:
-            self.assertEqual(check(root), ["src/extra/x.cc: is in no folder that has a layer"])
+        for name in ("src/extra/x.cc", "src/x.cc", "cli/extra/x.cc", "cli/x.cc"):
+            with Tree({**HEADERS, name: ""}) as root:
+                self.assertEqual(check(root), [f"{name}: is in no folder that has a layer"])
 
     def test_codecs(self):
         for header in ("zlib.h", "libdeflate.h"):
@@ -128,6 +137,29 @@ class LayersTest(unittest.TestCase):
             self.assertEqual(len(check(root)), 1)
 
 
+class FunctionsTest(unittest.TestCase):
+    def found(self, name, text):
+        with Tree({name: text}) as root:
+            return [complaint.split(": ")[0] + ": " + complaint.split(": ")[1]
+                    for complaint in long_functions(root, most=3)]
+
+    def test_python(self):
+        self.assertEqual(self.found("docs/x.py", "def f():\n    a\n    b\n"), [])
+        self.assertEqual(self.found("docs/x.py", "\ndef f():\n    a\n    b\n    c\n"),
+                         ["docs/x.py:2: 4 lines"])
+        self.assertEqual(self.found("bench/x", "#!/usr/bin/env python3\ndef f():\n a\n b\n c\n"),
+                         ["bench/x:2: 4 lines"])
+
+    def test_cpp(self):
+        self.assertEqual(self.found("tests/x.cc", "void f() {\n  a;\n}\n"), [])
+        self.assertEqual(self.found("tests/x.cc", "void f(int a,\n       int b) {\n  a;\n}\n"),
+                         ["tests/x.cc:1: 4 lines"])
+        self.assertEqual(self.found("tests/x.cc", "class F {\n  int f() {\n    // {\n    a;\n  }\n};\n"),
+                         ["tests/x.cc:2: 4 lines"])
+        self.assertEqual(self.found("fuzz/x.cc", "const T kRows[] = {\n  a(),\n  b(),\n};\n"), [])
+        self.assertEqual(self.found("src/x.cc", "void f() {\n  a;\n  b;\n}\n"), [])
+
+
 class PictureTest(unittest.TestCase):
     FILES = {**HEADERS, "src/header/x.cc": '#include "core/bytes.h"\n',
              "src/bam/x.cc": '#include "core/bytes.h"\n#include "header/bam_header.h"\n'
@@ -148,7 +180,7 @@ class PictureTest(unittest.TestCase):
     def test_a_new_use_changes_the_picture(self):
         with Tree(self.FILES) as root:
             before = picture(uses(root))
-            (root / "cli/x.cc").write_text('#include "host/array.h"\n')
+            (root / "cli/job/x.cc").write_text('#include "host/array.h"\n')
             after = picture(uses(root))
         self.assertEqual(after.count("<path d") - before.count("<path d"), 1)
 

@@ -193,17 +193,7 @@ TEST_P(FromAlignments, RecordsThatAreLeftOutAreNotChecked) {
 
 TEST_P(FromAlignments, OnlySelectedRecordsAreCounted) {
   const Reads reads = {sound(1), sound(2), sound(3), sound(4)};
-  const std::pair<std::vector<std::int64_t>, Lengths> rows[] = {
-      {{0, 2}, {{1, 1}, {3, 1}}},
-      {{3}, {{4, 1}}},
-      {{1, 4, 5}, {{2, 1}}},
-      {{2, 0, 3}, {{3, 1}}},
-      {{1, 1}, {{2, 1}}},
-      {{-1, 0}, {}},
-      {{9}, {}},
-      {{}, {}},
-  };
-  for (const auto& [records, lengths] : rows) {
+  for (const auto& [records, lengths] : selections_of_four()) {
     EXPECT_EQ(counted(reads, selecting(records)), lengths) << testing::PrintToString(records);
   }
 }

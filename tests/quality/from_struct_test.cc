@@ -219,17 +219,7 @@ const Texts kFour = {"A", "AA", "AAA", "AAAA"};
 const Texts kFourQualities = {"I", "II", "III", "IIII"};
 
 TEST_F(FromStruct, OnlySelectedReadsAreCounted) {
-  const std::pair<std::vector<std::int64_t>, Lengths> rows[] = {
-      {{0, 2}, {{1, 1}, {3, 1}}},
-      {{3}, {{4, 1}}},
-      {{1, 4, 5}, {{2, 1}}},
-      {{2, 0, 3}, {{3, 1}}},
-      {{1, 1}, {{2, 1}}},
-      {{-1, 0}, {}},
-      {{9}, {}},
-      {{}, {}},
-  };
-  for (const auto& [records, lengths] : rows) {
+  for (const auto& [records, lengths] : selections_of_four()) {
     EXPECT_EQ(counted(kFour, kFourQualities, selecting(records)), lengths)
         << testing::PrintToString(records);
   }

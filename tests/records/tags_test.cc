@@ -115,15 +115,16 @@ TEST(TagSize, OfAnArrayOfAnUnknownSubtypeRaisesInvalidTagType) {
   EXPECT_EQ(size_within(array_bytes('x', 3, "abc")), -1);
 }
 
+const std::vector<std::string> kFieldsOfAllSizes = {
+    "XAAc",
+    field_bytes("XS", 's', "ab"),
+    field_bytes("XI", 'i', "abcd"),
+    field_bytes("XF", 'f', "abcd"),
+    array_bytes('s', 3, "aabbcc"),
+};
+
 TEST(TagSizeWithin, OfAFieldThatDoesNotFitIsMinusOne) {
-  const std::string fields[] = {
-      "XAAc",
-      field_bytes("XS", 's', "ab"),
-      field_bytes("XI", 'i', "abcd"),
-      field_bytes("XF", 'f', "abcd"),
-      array_bytes('s', 3, "aabbcc"),
-  };
-  for (const std::string& field : fields) {
+  for (const std::string& field : kFieldsOfAllSizes) {
     for (std::size_t size = 0; size < field.size(); ++size) {
       EXPECT_EQ(size_within(field.substr(0, size)), -1) << field << " " << size;
     }
@@ -314,14 +315,7 @@ TEST(WriteTags, UnknownTypesRaiseInvalidTagType) {
 }
 
 TEST(WriteTags, FieldThatRunsPastTheEndRaisesInvalidSAMFormat) {
-  const std::string fields[] = {
-      "XAAc",
-      field_bytes("XS", 's', "ab"),
-      field_bytes("XI", 'i', "abcd"),
-      field_bytes("XF", 'f', "abcd"),
-      array_bytes('s', 3, "aabbcc"),
-  };
-  for (const std::string& field : fields) {
+  for (const std::string& field : kFieldsOfAllSizes) {
     for (std::size_t size = 1; size < field.size(); ++size) {
       EXPECT_KIND(fields_text(field.substr(0, size)), InvalidSAMFormat, u"");
     }

@@ -54,25 +54,22 @@ struct FileRule {
   std::function<bool(const std::string& bytes, std::size_t lines_before)> explains;
 };
 
-const std::vector<FileRule>& file_rules() {
-  static const std::vector<FileRule> all = {
-      {"the file is empty", "invalid/zero_bytes.sam",
-       [](const std::string& bytes, std::size_t) { return bytes.empty(); }},
-      {"a header line has no TAB behind its kind", "invalid/buggyHeader.sam",
-       [](const std::string& bytes, std::size_t) {
-         const Lines header = model_lines(model_sam(bytes).header);
-         return std::any_of(header.begin(), header.end(),
-                            [](const std::string& line) { return line.find('\t') != 3; });
-       }},
-      {"a line is empty", "failed/rnext.fail3.sam",
-       [](const std::string& bytes, std::size_t lines_before) {
-         const Lines lines = model_lines(bytes);
-         const std::size_t header = model_lines(model_sam(bytes).header).size();
-         return lines.size() > header + lines_before && lines[header + lines_before].empty();
-       }},
-  };
-  return all;
-}
+const std::vector<FileRule> kFileRules = {
+    {"the file is empty", "invalid/zero_bytes.sam",
+     [](const std::string& bytes, std::size_t) { return bytes.empty(); }},
+    {"a header line has no TAB behind its kind", "invalid/buggyHeader.sam",
+     [](const std::string& bytes, std::size_t) {
+       const Lines header = model_lines(model_sam(bytes).header);
+       return std::any_of(header.begin(), header.end(),
+                          [](const std::string& line) { return line.find('\t') != 3; });
+     }},
+    {"a line is empty", "failed/rnext.fail3.sam",
+     [](const std::string& bytes, std::size_t lines_before) {
+       const Lines lines = model_lines(bytes);
+       const std::size_t header = model_lines(model_sam(bytes).header).size();
+       return lines.size() > header + lines_before && lines[header + lines_before].empty();
+     }},
+};
 
 // ---- Lines that only one of the two refuses ----------------------------------------------------
 
@@ -83,24 +80,21 @@ struct LineRule {
 };
 
 // What ends the reading of a file here, or the writing of a record, and does not for samtools.
-const std::vector<LineRule>& refused_here() {
-  static const std::vector<LineRule> all = {
-      {"the sequence is *", "sam/xx#minimal.sam",
-       [](const Lines& source) { return source.at(kSeq) == "*"; }},
-      {"the sequence has letters outside of =ACMGRSVTWYHKDBN", "passed/seq.warn.sam",
-       [](const Lines& source) {
-         return source.at(kSeq) != "*" &&
-                source[kSeq].find_first_not_of("=ACMGRSVTWYHKDBN") != std::string::npos;
-       }},
-      {"an optional field is an array", "passed/aux.pass-B.sam",
-       [](const Lines& source) {
-         return any_tag(source, [](const std::string& field) { return is_tag(field, 'B'); });
-       }},
-      {"a field of type H spoils those behind it, so that they cannot be written",
-       "sam/auxf#values.sam", [](const Lines& source) { return any_tag(source, is_hex); }},
-  };
-  return all;
-}
+const std::vector<LineRule> kRefusedHere = {
+    {"the sequence is *", "sam/xx#minimal.sam",
+     [](const Lines& source) { return source.at(kSeq) == "*"; }},
+    {"the sequence has letters outside of =ACMGRSVTWYHKDBN", "passed/seq.warn.sam",
+     [](const Lines& source) {
+       return source.at(kSeq) != "*" &&
+              source[kSeq].find_first_not_of("=ACMGRSVTWYHKDBN") != std::string::npos;
+     }},
+    {"an optional field is an array", "passed/aux.pass-B.sam",
+     [](const Lines& source) {
+       return any_tag(source, [](const std::string& field) { return is_tag(field, 'B'); });
+     }},
+    {"a field of type H spoils those behind it, so that they cannot be written",
+     "sam/auxf#values.sam", [](const Lines& source) { return any_tag(source, is_hex); }},
+};
 
 bool is_plain_number(const std::string& field, long lowest) {
   const std::size_t digits = field.starts_with('-') ? 1 : 0;
@@ -109,68 +103,64 @@ bool is_plain_number(const std::string& field, long lowest) {
 }
 
 // What samtools refuses, and is read here.
-const std::vector<LineRule>& refused_there() {
-  static const std::vector<LineRule> all = {
-      {"FLAG is no number, negative, or has a 0 before it", "failed/flag.fail3.sam",
-       [](const Lines& source) {
-         const std::string& flag = source.at(kFlag);
-         return !is_plain_number(flag, 0) || (flag.size() > 1 && flag[0] == '0');
-       }},
-      {"POS, MAPQ or PNEXT is no number or negative", "failed/pos.fail1.sam",
-       [](const Lines& source) {
-         return !is_plain_number(source.at(kPos), 0) || !is_plain_number(source.at(kMapq), 0) ||
-                !is_plain_number(source.at(kPnext), 0);
-       }},
-      {"TLEN is no number", "failed/tlen.fail1.sam",
-       [](const Lines& source) {
-         return !is_plain_number(source.at(kTlen), std::numeric_limits<long>::min());
-       }},
-      {"CIGAR is empty", "failed/cigar.fail5.sam",
-       [](const Lines& source) { return source.at(kCigar).empty(); }},
-      {"as many qualities as bases there are not", "failed/qual.fail3.sam",
-       [](const Lines& source) {
-         return source.at(kQual) != "*" && source[kQual].size() != source[kSeq].size();
-       }},
-      {"a quality is outside of ! to ~", "failed/qual.fail1.sam",
-       [](const Lines& source) {
-         const std::string& text = source.at(kQual);
-         return std::any_of(text.begin(), text.end(), [](char c) { return c < '!' || c > '~'; });
-       }},
-      {"an optional field has no tag of two letters or no type", "failed/aux.fail-format3.sam",
-       [](const Lines& source) {
-         return any_tag(source, [](const std::string& field) {
-           return field.size() < 5 || field[2] != ':' || field[4] != ':' ||
-                  std::string("AifZHBcCsSIdD").find(field[3]) == std::string::npos;
-         });
-       }},
-      {"a field of type i has no value", "invalid/truncated_tag.sam",
-       [](const Lines& source) {
-         return any_tag(source, [](const std::string& field) {
-           return is_tag(field, 'i') && field.size() == 5;
-         });
-       }},
-      {"a field of type i is below -2147483648 or above 4294967295", "failed/aux.fail-i2.sam",
-       [](const Lines& source) {
-         return any_tag(source, [](const std::string& field) {
-           return is_tag(field, 'i') &&
-                  (number(field.substr(5)) < -2147483648L || number(field.substr(5)) > 4294967295L);
-         });
-       }},
-      {"a field of type H has an odd number of digits", "failed/aux.fail-H1.sam",
-       [](const Lines& source) {
-         return any_tag(source, [](const std::string& field) {
-           return is_hex(field) && field.size() % 2 == 0;
-         });
-       }},
-      {"an array has no comma behind its subtype", "invalid/tagfilter.sam",
-       [](const Lines& source) {
-         return any_tag(source, [](const std::string& field) {
-           return is_tag(field, 'B') && field.size() > 6 && field[6] != ',';
-         });
-       }},
-  };
-  return all;
-}
+const std::vector<LineRule> kRefusedThere = {
+    {"FLAG is no number, negative, or has a 0 before it", "failed/flag.fail3.sam",
+     [](const Lines& source) {
+       const std::string& flag = source.at(kFlag);
+       return !is_plain_number(flag, 0) || (flag.size() > 1 && flag[0] == '0');
+     }},
+    {"POS, MAPQ or PNEXT is no number or negative", "failed/pos.fail1.sam",
+     [](const Lines& source) {
+       return !is_plain_number(source.at(kPos), 0) || !is_plain_number(source.at(kMapq), 0) ||
+              !is_plain_number(source.at(kPnext), 0);
+     }},
+    {"TLEN is no number", "failed/tlen.fail1.sam",
+     [](const Lines& source) {
+       return !is_plain_number(source.at(kTlen), std::numeric_limits<long>::min());
+     }},
+    {"CIGAR is empty", "failed/cigar.fail5.sam",
+     [](const Lines& source) { return source.at(kCigar).empty(); }},
+    {"as many qualities as bases there are not", "failed/qual.fail3.sam",
+     [](const Lines& source) {
+       return source.at(kQual) != "*" && source[kQual].size() != source[kSeq].size();
+     }},
+    {"a quality is outside of ! to ~", "failed/qual.fail1.sam",
+     [](const Lines& source) {
+       const std::string& text = source.at(kQual);
+       return std::any_of(text.begin(), text.end(), [](char c) { return c < '!' || c > '~'; });
+     }},
+    {"an optional field has no tag of two letters or no type", "failed/aux.fail-format3.sam",
+     [](const Lines& source) {
+       return any_tag(source, [](const std::string& field) {
+         return field.size() < 5 || field[2] != ':' || field[4] != ':' ||
+                std::string("AifZHBcCsSIdD").find(field[3]) == std::string::npos;
+       });
+     }},
+    {"a field of type i has no value", "invalid/truncated_tag.sam",
+     [](const Lines& source) {
+       return any_tag(source, [](const std::string& field) {
+         return is_tag(field, 'i') && field.size() == 5;
+       });
+     }},
+    {"a field of type i is below -2147483648 or above 4294967295", "failed/aux.fail-i2.sam",
+     [](const Lines& source) {
+       return any_tag(source, [](const std::string& field) {
+         return is_tag(field, 'i') &&
+                (number(field.substr(5)) < -2147483648L || number(field.substr(5)) > 4294967295L);
+       });
+     }},
+    {"a field of type H has an odd number of digits", "failed/aux.fail-H1.sam",
+     [](const Lines& source) {
+       return any_tag(
+           source, [](const std::string& field) { return is_hex(field) && field.size() % 2 == 0; });
+     }},
+    {"an array has no comma behind its subtype", "invalid/tagfilter.sam",
+     [](const Lines& source) {
+       return any_tag(source, [](const std::string& field) {
+         return is_tag(field, 'B') && field.size() > 6 && field[6] != ',';
+       });
+     }},
+};
 
 // samtools wants a list of the references as soon as a record has one.
 bool lacks_references(const ModelSam& sam, const Lines& source) {
@@ -204,67 +194,64 @@ std::string printed(const char* format, float value) {
   return text;
 }
 
-const std::vector<FieldRule>& field_rules() {
-  static const std::vector<FieldRule> all = {
-      {"FLAG beyond 65535: modulo 65536 here, 65535 there", "failed/flag.fail.sam",
-       [](const Fields& f) {
-         return f.index == kFlag && number(f.field()) > 65535 && f.theirs == "65535" &&
-                f.ours == std::to_string(number(f.field()) % 65536);
-       }},
-      {"a read without reference, position or CIGAR gets flag 4 there", "passed/flag.warn.sam",
-       [](const Fields& f) {
-         const bool lacks =
-             f.source[kRname] == "*" || f.source[kPos] == "0" || f.source[kCigar] == "*";
-         return f.index == kFlag && lacks && f.ours == f.field() &&
-                number(f.theirs) == (number(f.ours) | 4);
-       }},
-      {"MAPQ beyond 255: modulo 256 here, 255 there", "failed/mapq.fail2.sam",
-       [](const Fields& f) {
-         return f.index == kMapq && number(f.field()) > 255 && f.theirs == "255" &&
-                f.ours == std::to_string(number(f.field()) % 256);
-       }},
-      {"POS and PNEXT keep 32 bits here", "sam/longref.sam",
-       [](const Fields& f) {
-         return (f.index == kPos || f.index == kPnext) && number(f.field()) > kHighestPosition &&
-                f.theirs == f.field() &&
-                f.ours == std::to_string(static_cast<std::int32_t>(number(f.field())));
-       }},
-      {"the CIGAR of a name of 223 characters or more comes from other bytes here",
-       "passed/qname.pass.sam",
-       [](const Fields& f) {
-         return f.index == kCigar && f.source[0].size() >= 223 && f.theirs == f.field();
-       }},
-      {"RNEXT of a mate without position is * there", "passed/pnext.warn.sam",
-       [](const Fields& f) {
-         return f.index == kRnext && f.ours == "=" && f.theirs == "*" && f.source[kPnext] == "0";
-       }},
-      {"SEQ and QUAL have their length modulo 256 here", "passed/cigar.pass6.sam",
-       [](const Fields& f) { return (f.index == kSeq || f.index == kQual) && is_cut(f); }},
-      {"a QUAL of * that ends the line is quality text here", "sam/ce#supp.sam",
-       [](const Fields& f) {
-         std::string text = "*";
-         text.resize(f.source[kSeq].size(), ' ');
-         return f.index == kQual && f.source.size() == kTags && f.field() == "*" &&
-                f.theirs == "*" && f.ours == text;
-       }},
-      {"a field of type i beyond 2147483647 is negative here", "sam/inttest.sam",
-       [](const Fields& f) {
-         return is_tag(f.field(), 'i') && f.theirs == f.field() &&
-                number(f.field().substr(5)) - number(f.ours.substr(5)) == 4294967296L;
-       }},
-      {"a field of type f has six decimals here", "passed/aux.pass-f.sam",
-       [](const Fields& f) {
-         if (!is_tag(f.field(), 'f')) return false;
-         const float value = std::strtof(f.field().c_str() + 5, nullptr);
-         return f.theirs.substr(5) == printed("%g", value) &&
-                f.ours.substr(5) == printed("%f", value);
-       }},
-      {"fields of type H keep their first digits here, and spoil those behind them",
-       "passed/aux.pass-H.sam",
-       [](const Fields& f) { return f.index >= kTags && any_tag(f.source, is_hex); }},
-  };
-  return all;
-}
+const std::vector<FieldRule> kFieldRules = {
+    {"FLAG beyond 65535: modulo 65536 here, 65535 there", "failed/flag.fail.sam",
+     [](const Fields& f) {
+       return f.index == kFlag && number(f.field()) > 65535 && f.theirs == "65535" &&
+              f.ours == std::to_string(number(f.field()) % 65536);
+     }},
+    {"a read without reference, position or CIGAR gets flag 4 there", "passed/flag.warn.sam",
+     [](const Fields& f) {
+       const bool lacks =
+           f.source[kRname] == "*" || f.source[kPos] == "0" || f.source[kCigar] == "*";
+       return f.index == kFlag && lacks && f.ours == f.field() &&
+              number(f.theirs) == (number(f.ours) | 4);
+     }},
+    {"MAPQ beyond 255: modulo 256 here, 255 there", "failed/mapq.fail2.sam",
+     [](const Fields& f) {
+       return f.index == kMapq && number(f.field()) > 255 && f.theirs == "255" &&
+              f.ours == std::to_string(number(f.field()) % 256);
+     }},
+    {"POS and PNEXT keep 32 bits here", "sam/longref.sam",
+     [](const Fields& f) {
+       return (f.index == kPos || f.index == kPnext) && number(f.field()) > kHighestPosition &&
+              f.theirs == f.field() &&
+              f.ours == std::to_string(static_cast<std::int32_t>(number(f.field())));
+     }},
+    {"the CIGAR of a name of 223 characters or more comes from other bytes here",
+     "passed/qname.pass.sam",
+     [](const Fields& f) {
+       return f.index == kCigar && f.source[0].size() >= 223 && f.theirs == f.field();
+     }},
+    {"RNEXT of a mate without position is * there", "passed/pnext.warn.sam",
+     [](const Fields& f) {
+       return f.index == kRnext && f.ours == "=" && f.theirs == "*" && f.source[kPnext] == "0";
+     }},
+    {"SEQ and QUAL have their length modulo 256 here", "passed/cigar.pass6.sam",
+     [](const Fields& f) { return (f.index == kSeq || f.index == kQual) && is_cut(f); }},
+    {"a QUAL of * that ends the line is quality text here", "sam/ce#supp.sam",
+     [](const Fields& f) {
+       std::string text = "*";
+       text.resize(f.source[kSeq].size(), ' ');
+       return f.index == kQual && f.source.size() == kTags && f.field() == "*" && f.theirs == "*" &&
+              f.ours == text;
+     }},
+    {"a field of type i beyond 2147483647 is negative here", "sam/inttest.sam",
+     [](const Fields& f) {
+       return is_tag(f.field(), 'i') && f.theirs == f.field() &&
+              number(f.field().substr(5)) - number(f.ours.substr(5)) == 4294967296L;
+     }},
+    {"a field of type f has six decimals here", "passed/aux.pass-f.sam",
+     [](const Fields& f) {
+       if (!is_tag(f.field(), 'f')) return false;
+       const float value = std::strtof(f.field().c_str() + 5, nullptr);
+       return f.theirs.substr(5) == printed("%g", value) &&
+              f.ours.substr(5) == printed("%f", value);
+     }},
+    {"fields of type H keep their first digits here, and spoil those behind them",
+     "passed/aux.pass-H.sam",
+     [](const Fields& f) { return f.index >= kTags && any_tag(f.source, is_hex); }},
+};
 
 // ---- The comparison ----------------------------------------------------------------------------
 
@@ -299,8 +286,8 @@ class Comparison {
 
   void compare_line(const Lines& source, const Lines& theirs, const ReadLine& ours) {
     if (!ours.error.empty() || !ours.write_error.empty()) {
-      EXPECT_TRUE(explain(refused_here(), source)) << joined(source) << '\n'
-                                                   << ours.error << ours.write_error;
+      EXPECT_TRUE(explain(kRefusedHere, source)) << joined(source) << '\n'
+                                                 << ours.error << ours.write_error;
       return;
     }
     const Lines written = split_tabs(ours.written);
@@ -310,7 +297,7 @@ class Comparison {
       const std::string& here = i < written.size() ? written[i] : none;
       if (there == here) continue;
       ASSERT_LT(i, source.size()) << joined(source);
-      EXPECT_TRUE(explain(field_rules(), Fields{i, source, there, here}))
+      EXPECT_TRUE(explain(kFieldRules, Fields{i, source, there, here}))
           << joined(source) << "\nthere " << there << "\nhere  " << here;
     }
   }
@@ -320,7 +307,7 @@ class Comparison {
   // samtools stops at the line behind the last one that it printed.
   void explain_refusal() {
     const std::size_t at = theirs_.lines.size();
-    if (explain(file_rules(), bytes_, at)) return;
+    if (explain(kFileRules, bytes_, at)) return;
     ASSERT_LT(at, ours_.size());
     if (!ours_[at].error.empty()) return;
     const Lines source = split_tabs(sam_.lines[at].text);
@@ -328,7 +315,7 @@ class Comparison {
       needed_.insert(kNoReferences);
       return;
     }
-    EXPECT_TRUE(explain(refused_there(), source)) << joined(source);
+    EXPECT_TRUE(explain(kRefusedThere, source)) << joined(source);
   }
 
   std::string bytes_;
@@ -354,10 +341,10 @@ TEST_P(RealSamAgainstSamtools, EveryDifferenceHasARule) {
 // Every rule with its example.
 std::vector<std::pair<std::string, std::string>> all_rules() {
   std::vector<std::pair<std::string, std::string>> all = {{kNoReferences, "sam/ex1.sam"}};
-  for (const FileRule& rule : file_rules()) all.emplace_back(rule.name, rule.example);
-  for (const LineRule& rule : refused_here()) all.emplace_back(rule.name, rule.example);
-  for (const LineRule& rule : refused_there()) all.emplace_back(rule.name, rule.example);
-  for (const FieldRule& rule : field_rules()) all.emplace_back(rule.name, rule.example);
+  for (const FileRule& rule : kFileRules) all.emplace_back(rule.name, rule.example);
+  for (const LineRule& rule : kRefusedHere) all.emplace_back(rule.name, rule.example);
+  for (const LineRule& rule : kRefusedThere) all.emplace_back(rule.name, rule.example);
+  for (const FieldRule& rule : kFieldRules) all.emplace_back(rule.name, rule.example);
   return all;
 }
 

@@ -89,135 +89,131 @@ std::string tags_that_bytes_spell(const std::string& record) {
   }
 }
 
-const std::vector<Rule>& rules() {
-  static const std::vector<Rule> all = {
-      {"numbers are their leading digits, in the bits that a field has", "failed/flag.fail.sam",
-       [](Line& line) {
-         keep_low_bits<std::uint16_t>(line.fields[1]);
-         keep_low_bits<std::int32_t>(line.fields[3]);
-         keep_low_bits<std::uint8_t>(line.fields[4]);
-         keep_low_bits<std::int32_t>(line.fields[7]);
-         keep_low_bits<std::int32_t>(line.fields[8]);
-       }},
-      {"an empty CIGAR is a missing one", "failed/cigar.fail5.sam",
-       [](Line& line) {
-         if (line.fields[kCigar].empty()) line.fields[kCigar] = "*";
-       }},
-      {"the CIGAR of a name of 223 characters or more comes from other bytes",
-       "passed/qname.pass.sam",
-       [](Line& line) {
-         const std::string& record = line.model.record;
-         const std::size_t name_size = line.source[0].size() + 1;
-         if (name_size < 224 || line.fields[kCigar] == "*") return;
-         const auto byte = [&](std::size_t at) {
-           return static_cast<unsigned char>(record.at(at));
-         };
-         std::string text;
-         const std::size_t ops = byte(12) | std::size_t{byte(13)} << 8;
-         for (std::size_t at = name_size - 224, i = 0; i < ops; ++i, at += 4) {
-           const std::size_t word = byte(at) | std::size_t{byte(at + 1)} << 8 |
-                                    std::size_t{byte(at + 2)} << 16 |
-                                    std::size_t{byte(at + 3)} << 24;
-           text += std::to_string(word >> 4) + "MIDNSHP=X???????"[word & 15];
-         }
-         line.fields[kCigar] = text;
-       }},
-      {"a reference that the header does not list is none", "sam/ex1.sam",
-       [](Line& line) {
-         if (!line.has_reference(line.source[kRname])) line.fields[kRname] = "*";
-       }},
-      {"so is the mate's, and = is what the record has", "sam/noheader.sam",
-       [](Line& line) {
-         const std::string& mate = line.source[kRnext];
-         const bool is_known = line.has_reference(mate == "=" ? line.source[kRname] : mate);
-         if (!is_known) line.fields[kRnext] = "*";
-       }},
-      {"the mate's reference is = when it is the record's", "sam/multihit.aligned.sam",
-       [](Line& line) {
-         const std::string& name = line.fields[kRnext];
-         if (name != "*" && name == line.fields[kRname]) line.fields[kRnext] = "=";
-       }},
-      {"a sequence has its length modulo 256, and none is missing", "passed/cigar.pass6.sam",
-       [](Line& line) {
-         std::string& letters = line.fields[kSeq];
-         letters.resize(letters.size() % 256);
-         if (letters.empty()) letters = "*";
-       }},
-      {"qualities beyond the bases are ignored", "failed/qual.fail3.sam",
-       [](Line& line) {
-         std::string& text = line.fields[kQual];
-         if (text.size() > bases_of(line)) text.resize(bases_of(line));
-         if (bases_of(line) == 0) text = "*";
-       }},
-      {"qualities too few take the rest of the line", "failed/qual.fail5.sam",
-       [](Line& line) {
-         std::string& text = line.fields[kQual];
-         if (text == "*" || line.source.size() == kTags) return;
-         for (std::size_t i = kTags; text.size() < bases_of(line) && i < line.source.size(); ++i) {
-           text += '\t' + line.source[i];
-         }
-         text.resize(std::min(text.size(), std::max<std::size_t>(bases_of(line), 1)));
-       }},
-      {"qualities that the line lacks are blanks, also behind a * that ends it", "sam/ce#supp.sam",
-       [](Line& line) {
-         std::string& text = line.fields[kQual];
-         const bool is_missing = text == "*" && line.source.size() > kTags;
-         if (!is_missing && text.size() < bases_of(line)) text.resize(bases_of(line), ' ');
-       }},
-      {"a field of type A is one character", "failed/aux.fail-A2.sam",
-       [](Line& line) {
-         rewrite_tags(line, [](std::string& field, char type) {
-           if (type == 'A') field.resize(6);
-         });
-       }},
-      {"a field of type i is 32 bits with a sign", "sam/inttest.sam",
-       [](Line& line) {
-         rewrite_tags(line, [](std::string& field, char type) {
-           if (type != 'i') return;
-           std::string number = field.substr(5);
-           keep_low_bits<std::int32_t>(number);
-           field = field.substr(0, 5) + number;
-         });
-       }},
-      {"a field of type f has six decimals", "passed/aux.pass-f.sam",
-       [](Line& line) {
-         rewrite_tags(line, [](std::string& field, char type) {
-           if (type != 'f') return;
-           char text[64];
-           const float value = std::strtof(field.c_str() + 5, nullptr);
-           std::snprintf(text, sizeof text, "%f", static_cast<double>(value));
-           field = field.substr(0, 5) + text;
-         });
-       }},
-      {"an array that is read repeats its first number", "invalid/tagfilter.sam",
-       [](Line& line) {
-         rewrite_tags(line, [](std::string& field, char type) {
-           if (type != 'B') return;
-           const std::string number = std::to_string(std::atol(field.c_str() + 6));
-           std::string text = field.substr(0, 5) + number;
-           for (const char letter : field) text += letter == ',' ? ',' + number : "";
-           field = text;
-         });
-       }},
-      {"an empty field is left out", "invalid/hanging_tab.sam",
-       [](Line& line) {
-         const auto tags =
-             line.fields.begin() + static_cast<std::ptrdiff_t>(std::min(kTags, line.fields.size()));
-         line.fields.erase(std::remove(tags, line.fields.end(), ""), line.fields.end());
-       }},
-      {"fields of type H, and of no type, damage what follows", "passed/aux.pass-H.sam",
-       [](Line& line) {
-         if (std::none_of(line.fields.begin() + kTags, line.fields.end(), is_damaged)) return;
-         line.fields.resize(kTags);
-         try {
-           line.fields.back() += tags_that_bytes_spell(line.model.record);
-         } catch (const std::exception&) {
-           line.is_written = false;
-         }
-       }},
-  };
-  return all;
+// The place of the ops is kept in 8 bits, and a long name lies beyond that.
+void take_cigar_from_other_bytes(Line& line) {
+  const std::string& record = line.model.record;
+  const std::size_t name_size = line.source[0].size() + 1;
+  if (name_size < 224 || line.fields[kCigar] == "*") return;
+  const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(record.at(at)); };
+  std::string text;
+  const std::size_t ops = byte(12) | std::size_t{byte(13)} << 8;
+  for (std::size_t at = name_size - 224, i = 0; i < ops; ++i, at += 4) {
+    const std::size_t word = byte(at) | std::size_t{byte(at + 1)} << 8 |
+                             std::size_t{byte(at + 2)} << 16 | std::size_t{byte(at + 3)} << 24;
+    text += std::to_string(word >> 4) + "MIDNSHP=X???????"[word & 15];
+  }
+  line.fields[kCigar] = text;
 }
+
+const std::vector<Rule> kRules = {
+    {"numbers are their leading digits, in the bits that a field has", "failed/flag.fail.sam",
+     [](Line& line) {
+       keep_low_bits<std::uint16_t>(line.fields[1]);
+       keep_low_bits<std::int32_t>(line.fields[3]);
+       keep_low_bits<std::uint8_t>(line.fields[4]);
+       keep_low_bits<std::int32_t>(line.fields[7]);
+       keep_low_bits<std::int32_t>(line.fields[8]);
+     }},
+    {"an empty CIGAR is a missing one", "failed/cigar.fail5.sam",
+     [](Line& line) {
+       if (line.fields[kCigar].empty()) line.fields[kCigar] = "*";
+     }},
+    {"the CIGAR of a name of 223 characters or more comes from other bytes",
+     "passed/qname.pass.sam", take_cigar_from_other_bytes},
+    {"a reference that the header does not list is none", "sam/ex1.sam",
+     [](Line& line) {
+       if (!line.has_reference(line.source[kRname])) line.fields[kRname] = "*";
+     }},
+    {"so is the mate's, and = is what the record has", "sam/noheader.sam",
+     [](Line& line) {
+       const std::string& mate = line.source[kRnext];
+       const bool is_known = line.has_reference(mate == "=" ? line.source[kRname] : mate);
+       if (!is_known) line.fields[kRnext] = "*";
+     }},
+    {"the mate's reference is = when it is the record's", "sam/multihit.aligned.sam",
+     [](Line& line) {
+       const std::string& name = line.fields[kRnext];
+       if (name != "*" && name == line.fields[kRname]) line.fields[kRnext] = "=";
+     }},
+    {"a sequence has its length modulo 256, and none is missing", "passed/cigar.pass6.sam",
+     [](Line& line) {
+       std::string& letters = line.fields[kSeq];
+       letters.resize(letters.size() % 256);
+       if (letters.empty()) letters = "*";
+     }},
+    {"qualities beyond the bases are ignored", "failed/qual.fail3.sam",
+     [](Line& line) {
+       std::string& text = line.fields[kQual];
+       if (text.size() > bases_of(line)) text.resize(bases_of(line));
+       if (bases_of(line) == 0) text = "*";
+     }},
+    {"qualities too few take the rest of the line", "failed/qual.fail5.sam",
+     [](Line& line) {
+       std::string& text = line.fields[kQual];
+       if (text == "*" || line.source.size() == kTags) return;
+       for (std::size_t i = kTags; text.size() < bases_of(line) && i < line.source.size(); ++i) {
+         text += '\t' + line.source[i];
+       }
+       text.resize(std::min(text.size(), std::max<std::size_t>(bases_of(line), 1)));
+     }},
+    {"qualities that the line lacks are blanks, also behind a * that ends it", "sam/ce#supp.sam",
+     [](Line& line) {
+       std::string& text = line.fields[kQual];
+       const bool is_missing = text == "*" && line.source.size() > kTags;
+       if (!is_missing && text.size() < bases_of(line)) text.resize(bases_of(line), ' ');
+     }},
+    {"a field of type A is one character", "failed/aux.fail-A2.sam",
+     [](Line& line) {
+       rewrite_tags(line, [](std::string& field, char type) {
+         if (type == 'A') field.resize(6);
+       });
+     }},
+    {"a field of type i is 32 bits with a sign", "sam/inttest.sam",
+     [](Line& line) {
+       rewrite_tags(line, [](std::string& field, char type) {
+         if (type != 'i') return;
+         std::string number = field.substr(5);
+         keep_low_bits<std::int32_t>(number);
+         field = field.substr(0, 5) + number;
+       });
+     }},
+    {"a field of type f has six decimals", "passed/aux.pass-f.sam",
+     [](Line& line) {
+       rewrite_tags(line, [](std::string& field, char type) {
+         if (type != 'f') return;
+         char text[64];
+         const float value = std::strtof(field.c_str() + 5, nullptr);
+         std::snprintf(text, sizeof text, "%f", static_cast<double>(value));
+         field = field.substr(0, 5) + text;
+       });
+     }},
+    {"an array that is read repeats its first number", "invalid/tagfilter.sam",
+     [](Line& line) {
+       rewrite_tags(line, [](std::string& field, char type) {
+         if (type != 'B') return;
+         const std::string number = std::to_string(std::atol(field.c_str() + 6));
+         std::string text = field.substr(0, 5) + number;
+         for (const char letter : field) text += letter == ',' ? ',' + number : "";
+         field = text;
+       });
+     }},
+    {"an empty field is left out", "invalid/hanging_tab.sam",
+     [](Line& line) {
+       const auto tags =
+           line.fields.begin() + static_cast<std::ptrdiff_t>(std::min(kTags, line.fields.size()));
+       line.fields.erase(std::remove(tags, line.fields.end(), ""), line.fields.end());
+     }},
+    {"fields of type H, and of no type, damage what follows", "passed/aux.pass-H.sam",
+     [](Line& line) {
+       if (std::none_of(line.fields.begin() + kTags, line.fields.end(), is_damaged)) return;
+       line.fields.resize(kTags);
+       try {
+         line.fields.back() += tags_that_bytes_spell(line.model.record);
+       } catch (const std::exception&) {
+         line.is_written = false;
+       }
+     }},
+};
 
 // The lines that a file's records are to be written as, and the rules that are needed for that.
 struct Rewritten {
@@ -229,7 +225,7 @@ Rewritten rewrite(const ModelSam& sam) {
   Rewritten result;
   for (const ModelSamLine& model : sam.lines) {
     Line line{sam, model, split_tabs(model.text)};
-    for (const Rule& rule : rules()) {
+    for (const Rule& rule : kRules) {
       if (!model.error.empty() || !line.is_written) continue;
       const Lines before = line.fields;
       rule.apply(line);
@@ -288,7 +284,7 @@ TEST_P(RealSamLines, AreWrittenBehindTheHeader) {
 
 class RealSamRule : public testing::TestWithParam<Rule> {};
 
-INSTANTIATE_TEST_SUITE_P(Rules, RealSamRule, testing::ValuesIn(rules()), [](const auto& param) {
+INSTANTIATE_TEST_SUITE_P(Rules, RealSamRule, testing::ValuesIn(kRules), [](const auto& param) {
   return sam_test_name(param.param.example) + "_" + std::to_string(param.index);
 });
 

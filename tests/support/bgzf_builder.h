@@ -20,6 +20,10 @@ std::uint32_t zlib_crc32(std::string_view data);
 
 /// `number` in `size` little-endian bytes.
 std::string little_endian(std::uint64_t number, std::size_t size);
+/// The int32 fields of headers, records and indexes.
+inline std::string int32(std::int64_t number) {
+  return little_endian(static_cast<std::uint64_t>(number), 4);
+}
 
 /// The end-of-file marker block.
 std::string bgzf_marker();

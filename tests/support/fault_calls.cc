@@ -63,6 +63,10 @@ std::vector<FaultCall> FaultFolder::calls() const {
   };
   add("bamSort, unsorted", 0, inputs(file("u.bam"), file("t")));
   add("kxBamShuffle", 0, inputs(file("a.bam"), file("t"))).is_random = true;
+  const auto numbers = [](double value) { return host::make_column<double>({value, value}); };
+  add("kxSamWriteRegions", 0,
+      inputs(file("a.bam"), file("a.bai"), file("out.sam"), numbers(0), numbers(1), numbers(1000),
+             host::make_scalar(true)));
   add("kxCheck, q.fastq", 1, inputs(file("q.fastq"))).reads_text = true;
   ScanOptions scan;
   for (const auto& [type, source] : {std::pair(1, "q.fastq"), {2, "q.sam"}, {3, "q.bam"}}) {

@@ -28,7 +28,7 @@ class FaultFolder {
   FaultFolder(const BamBuilder& sorted, const Reads& unsorted);
 
   const TempDir& folder() const { return place_.files().folder(); }
-  /// All seventeen registered functions and those that are only exported, in the library of this
+  /// All registered functions and those that are only exported, in the library of this
   /// program's flavour; and the sorts and the shuffle with several runs and their temporaries. They
   /// live as long as this object.
   std::vector<FaultCall> calls() const;

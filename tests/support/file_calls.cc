@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <numeric>
 #include <sstream>
 #include <utility>
 
@@ -29,13 +30,11 @@ std::string listed(const std::vector<double>& numbers) {
 }
 
 std::string nothing(const Outputs& /*out*/) { return {}; }
-std::string first_number(const Outputs& out) { return listed(host::numbers_of(out.at(0).get())); }
+std::string first_numbers(const Outputs& out) { return listed(host::numbers_of(out.at(0).get())); }
 std::string first_text(const Outputs& out) { return host::text_of(out.at(0).get()); }
-std::string first_rows(const Outputs& out) {
-  return std::to_string(txGetNumberOfElements(out.at(0).get()));
-}
-std::string second_rows(const Outputs& out) {
-  return std::to_string(txGetNumberOfElements(out.at(1).get()));
+template <std::size_t place>
+std::string rows(const Outputs& out) {
+  return std::to_string(txGetNumberOfElements(out.at(place).get()));
 }
 // "sorted" or "unsorted", and the counts.
 std::string order_and_counts(const Outputs& out) {
@@ -139,28 +138,51 @@ FileCall FileCalls::check(const std::string& name, const std::vector<std::string
           findings};
 }
 
+FileCall FileCalls::fields(const std::string& name, const std::string& index,
+                           const std::vector<double>& firsts, const std::vector<double>& lasts,
+                           std::function<std::string(const Outputs&)> digest) const {
+  return {name,
+          gateway("kxFields", 12,
+                  [=, this] {
+                    return inputs(
+                        text(folder_, "a.bam"), text(folder_, index),
+                        host::make_cell_of_texts({"Flag", "Position", "EndPosition",
+                                                  "MappingQuality", "MatePosition", "QueryLength",
+                                                  "Header", "Signature", "Sequence", "Quality"}),
+                        host::make_column(std::vector<double>(firsts.size())),
+                        host::make_column(firsts), host::make_column(lasts));
+                  }),
+          std::move(digest)};
+}
+
 std::vector<FileCall> FileCalls::region_calls(const std::string& index_base) const {
+  // The index is read as a whole for this many regions, in parts for two.
+  std::vector<double> positions_1_to_20(20);
+  std::iota(positions_1_to_20.begin(), positions_1_to_20.end(), 1);
   const auto bam = [this] { return text(folder_, "a.bam"); };
   const auto index = [=, this] { return text(folder_, index_base + ".bai"); };
-  return {{"getStartsInReference",
-           gateway("getStartsInReference", 3, [=] { return inputs(bam(), index(), number(0)); }),
-           first_rows},
-          {"getFeatures",
-           gateway("getFeatures", 11,
-                   [=] {
-                     return inputs(bam(), index(), all_features(), number(0),
-                                   host::make_column<std::uint32_t>({1, 2}),
-                                   host::make_column<std::uint32_t>({9, 19}));
-                   }),
-           positions},
-          {"samWrite",
-           gateway("samWrite", 0,
-                   [=, this] {
-                     return inputs(bam(), text(folder_, index_base), output("out.sam"),
-                                   text("chr1:1-1000"), host::make_scalar(true),
-                                   host::make_scalar(false));
-                   }),
-           lines_in("out.sam", 1)}};
+  return {
+      {"getStartsInReference",
+       gateway("getStartsInReference", 3, [=] { return inputs(bam(), index(), number(0)); }),
+       rows<0>},
+      {"getFeatures",
+       gateway("getFeatures", 11,
+               [=] {
+                 return inputs(bam(), index(), all_features(), number(0),
+                               host::make_column<std::uint32_t>({1, 2}),
+                               host::make_column<std::uint32_t>({9, 19}));
+               }),
+       positions},
+      fields("kxFields", index_base + ".bai", {1, 1}, {1000, 13}, first_numbers),
+      fields("kxFields_of_20", index_base + ".bai", positions_1_to_20, positions_1_to_20, rows<2>),
+      {"samWrite",
+       gateway("samWrite", 0,
+               [=, this] {
+                 return inputs(bam(), text(folder_, index_base), output("out.sam"),
+                               text("chr1:1-1000"), host::make_scalar(true),
+                               host::make_scalar(false));
+               }),
+       lines_in("out.sam", 1)}};
 }
 
 std::vector<FileCall> FileCalls::conversions(const std::string& file,
@@ -195,12 +217,12 @@ std::vector<FileCall> FileCalls::on_bam() const {
     });
   };
   std::vector<FileCall> calls = {
-      {"getNumReferences", simple("getNumReferences", 1), first_number},
+      {"getNumReferences", simple("getNumReferences", 1), first_numbers},
       {"getReferenceID", gateway("getReferenceID", 1, [=] { return inputs(bam(), text("chr1")); }),
-       first_number},
+       first_numbers},
       {"getReferenceString",
        gateway("getReferenceString", 1, [=] { return inputs(bam(), number(1)); }), first_text},
-      {"getHeader", simple("getHeader", 3), second_rows},
+      {"getHeader", simple("getHeader", 3), rows<1>},
       {"bamInfo", simple("bamInfo", 2), order_and_counts},
       {"bamIndex", with_text("bamIndex", "new.bai"), nothing},
       {"kxBamIndexComplete", with_text("kxBamIndexComplete", "new.bai"), nothing},
@@ -210,7 +232,7 @@ std::vector<FileCall> FileCalls::on_bam() const {
                  return inputs(bam(), number(1), host::make_scalar(false), host::make_scalar(false),
                                number(0));
                }),
-       first_rows},
+       rows<0>},
       {"samWriteUnaligned",
        gateway("samWriteUnaligned", 0,
                [=, this] { return inputs(bam(), output("out.sam"), host::make_scalar(true)); }),

@@ -59,6 +59,10 @@ class FileCalls {
 
  private:
   host::Owned output(std::string_view name) const;
+  // Of regions of the first reference.
+  FileCall fields(const std::string& name, const std::string& index,
+                  const std::vector<double>& firsts, const std::vector<double>& lasts,
+                  std::function<std::string(const Outputs&)> digest) const;
   std::vector<FileCall> region_calls(const std::string& index_base) const;
   std::vector<FileCall> conversions(const std::string& file, const std::string& format) const;
   FileCall scan(int type, const std::string& file) const;

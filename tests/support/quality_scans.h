@@ -38,6 +38,21 @@ inline encoding_t selecting(std::vector<std::int64_t> records) {
   return encoding;
 }
 
+/// Which of four reads, of lengths 1 to 4, are counted for lists of records: those in ascending
+/// order, up to the first one that is not.
+inline std::vector<std::pair<std::vector<std::int64_t>, Lengths>> selections_of_four() {
+  return {
+      {{0, 2}, {{1, 1}, {3, 1}}},
+      {{3}, {{4, 1}}},
+      {{1, 4, 5}, {{2, 1}}},
+      {{2, 0, 3}, {{3, 1}}},
+      {{1, 1}, {{2, 1}}},
+      {{-1, 0}, {}},
+      {{9}, {}},
+      {{}, {}},
+  };
+}
+
 /// What `collect(&encoding, &distribution)` counts.
 template <typename Collect>
 distribution_t scanned(encoding_t encoding, const Collect& collect) {

@@ -10,10 +10,6 @@
 namespace readkit {
 namespace {
 
-std::string int32(std::int64_t value) {
-  return little_endian(static_cast<std::uint64_t>(value), 4);
-}
-
 std::size_t integer_size(char type) {
   switch (type) {
     case 'A':

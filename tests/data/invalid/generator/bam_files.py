@@ -22,6 +22,8 @@ SOUND = {
     'getFeatureCountData': 'ok 3',
     'getStartsInReference': 'ok 2',
     'getFeatures': 'ok 10,20',
+    'kxFields': 'ok 2,1',
+    'kxFields_of_20': 'ok 2',
     'samWrite': 'ok 2',
     'samWriteUnaligned': 'ok 1',
     'to_bam': 'ok 4',
@@ -41,9 +43,13 @@ GROUPS = {
     'all_records': ['to_bam', 'to_sam', 'to_fastq', 'to_fasta', 'bamSort', 'kxBamShuffleSeeded',
                     'scanQualities'],
     'indexes': ['bamIndex', 'kxBamIndexComplete'],
+    'fields': ['kxFields', 'kxFields_of_20'],
     # Those that print optional fields of records on chr1.
     'lines_of_chr1': ['samWrite', 'to_sam'],
 }
+
+# What lies behind the record c, of the second reference, is not read for regions of the first one.
+NOT_READ = dict(kxFields=SOUND['kxFields'], kxFields_of_20=SOUND['kxFields_of_20'])
 
 HEAD = header()
 
@@ -69,64 +75,77 @@ def only(count):
     return dict(bamInfo=f'ok sorted{by_reference}', getFeatureCountData=f'ok {count}',
                 getStartsInReference=f'ok {on_chr1}', samWrite=f'ok {on_chr1}',
                 getFeatures=['ok 0,0', 'ok 10,0', 'ok 10,20', 'ok 10,20'][count],
+                kxFields=f'ok {on_chr1},{min(count, 1)}', kxFields_of_20=f'ok {on_chr1}',
                 to_bam_of_chr1=f'ok {on_chr1}', samWriteUnaligned='ok 0', all_records=f'ok {count}')
 
 
-def add_headers(kind):
-    def lost(name, broken, content, error, found):
-        kind.add(name, broken, file(content), every=error, kxCheck=found)
+REST = A + B + C + D
+FIRST_REFERENCE = reference(*REFERENCES[0])
+CUT = dict(error=CUT_SHORT, found='HeaderTruncated')
 
-    rest = A + B + C + D
+
+def lost(kind, name, broken, content, error, found):
+    """A header without which nothing can be read."""
+    kind.add(name, broken, file(content), every=error, kxCheck=found)
+
+
+def add_magics_and_ends(kind):
     no_magic = dict(error=NOT_BAM, found='HeaderMagic')
-    lost('magic_version', 'the magic is BAM and the byte 2', header(magic=b'BAM\2') + rest,
+    lost(kind, 'magic_version', 'the magic is BAM and the byte 2', header(magic=b'BAM\2') + REST,
          **no_magic)
-    lost('magic_cram', 'the magic is CRAM', header(magic=b'CRAM') + rest, **no_magic)
-    lost('magic_lower_case', 'the magic is in lower case', header(magic=b'bam\1') + rest,
+    lost(kind, 'magic_cram', 'the magic is CRAM', header(magic=b'CRAM') + REST, **no_magic)
+    lost(kind, 'magic_lower_case', 'the magic is in lower case', header(magic=b'bam\1') + REST,
          **no_magic)
-    lost('content_is_sam', 'the blocks hold SAM text', TEXT.encode(), **no_magic)
-    cut = dict(error=CUT_SHORT, found='HeaderTruncated')
+    lost(kind, 'content_is_sam', 'the blocks hold SAM text', TEXT.encode(), **no_magic)
     for name, size in (('magic', 2), ('text_length', 6), ('text', 40),
                        ('reference_count', len(TEXT) + 10),
                        ('reference_name', len(TEXT) + 18), ('reference_length', len(HEAD) - 2)):
-        lost(f'cut_in_{name}', f'the content ends {size} bytes into the header, inside the {name}'
-             .replace('_', ' '), HEAD[:size], **cut)
+        lost(kind, f'cut_in_{name}',
+             f'the content ends {size} bytes into the header, inside the {name}'
+             .replace('_', ' '), HEAD[:size], **CUT)
 
+
+def add_header_lengths(kind):
     negative = dict(error=BAD_ALLOC, found='HeaderLength RecordsLost')
-    lost('text_length_negative', 'l_text is -1', header(l_text=-1) + rest, **negative)
-    lost('text_length_huge', 'l_text is 2^31 - 1', header(l_text=0x7FFFFFFF) + rest, **cut)
+    lost(kind, 'text_length_negative', 'l_text is -1', header(l_text=-1) + REST, **negative)
+    lost(kind, 'text_length_huge', 'l_text is 2^31 - 1', header(l_text=0x7FFFFFFF) + REST, **CUT)
     # What follows is read one byte off, and the next lengths are beyond the file.
-    lost('text_length_one_more', 'l_text is one more', header(l_text=len(TEXT) + 1) + rest, **cut)
-    lost('text_length_one_less', 'l_text is one less', header(l_text=len(TEXT) - 1) + rest, **cut)
-    lost('reference_count_negative', 'n_ref is -1', header(n_ref=-1) + rest, BAD_LENGTH,
+    lost(kind, 'text_length_one_more', 'l_text is one more', header(l_text=len(TEXT) + 1) + REST,
+         **CUT)
+    lost(kind, 'text_length_one_less', 'l_text is one less', header(l_text=len(TEXT) - 1) + REST,
+         **CUT)
+    lost(kind, 'reference_count_negative', 'n_ref is -1', header(n_ref=-1) + REST, BAD_LENGTH,
          'HeaderLength RecordsLost')
     # Records are taken for references, the first one for a name that no NUL ends, until the fields
     # of one are a length.
-    lost('reference_count_huge', 'n_ref is 2^31 - 1', header(n_ref=0x7FFFFFFF) + rest, CUT_SHORT,
-         'ReferenceName HeaderTruncated')
-    one = reference(*REFERENCES[0])
-    for name, length, expected in (('negative', -1, negative), ('huge', 0x7FFFFFFF, cut)):
-        tail = one + i32(length) + b'chr2\0' + i32(500)
-        lost(f'reference_name_length_{name}', f'l_name of the second reference is {length}',
-             header(tail=tail) + rest, **expected)
+    lost(kind, 'reference_count_huge', 'n_ref is 2^31 - 1', header(n_ref=0x7FFFFFFF) + REST,
+         CUT_SHORT, 'ReferenceName HeaderTruncated')
+    for name, length, expected in (('negative', -1, negative), ('huge', 0x7FFFFFFF, CUT)):
+        tail = FIRST_REFERENCE + i32(length) + b'chr2\0' + i32(500)
+        lost(kind, f'reference_name_length_{name}', f'l_name of the second reference is {length}',
+             header(tail=tail) + REST, **expected)
 
-    # The header is one, and the records begin elsewhere.
+
+def add_reference_counts(kind):
+    """The header is one, and the records begin elsewhere."""
     lost_records = 'HeaderReference RecordLayout RecordsLost'
-    kind.add('reference_count_one_less', 'n_ref is one less', file(header(n_ref=1) + rest),
+    kind.add('reference_count_one_less', 'n_ref is one less', file(header(n_ref=1) + REST),
              records=NOT_BAM, getNumReferences='ok 1', getHeader='ok 1',
              getReferenceString=NO_REFERENCE, kxCheck=lost_records + ' Reference')
     kind.add('reference_count_0', 'n_ref is 0, and two references follow',
-             file(header(n_ref=0) + rest),
+             file(header(n_ref=0) + REST),
              records=NOT_BAM, getNumReferences='ok 0', getHeader='ok 0', getReferenceID='ok -1',
-             getReferenceString=NO_REFERENCE, samWrite=NO_REFERENCE, to_bam_of_chr1=NOT_BAM,
-             kxCheck=lost_records)
-    kind.add('reference_count_one_more', 'n_ref is one more', file(header(n_ref=3) + rest),
+             getReferenceString=NO_REFERENCE, fields=NO_REFERENCE, samWrite=NO_REFERENCE,
+             to_bam_of_chr1=NOT_BAM, kxCheck=lost_records)
+    kind.add('reference_count_one_more', 'n_ref is one more', file(header(n_ref=3) + REST),
              records=NOT_BAM, getNumReferences='ok 3', getHeader='ok 3',
              kxCheck='ReferenceName ' + lost_records)
 
-    # Names, lengths and text.
+
+def add_dictionaries(kind):
     def dictionary(name, broken, tail, found, text=TEXT, **outcomes):
-        kind.add(name, broken, file(header(text, tail=one + tail) + rest), kxCheck=found,
-                 **outcomes)
+        kind.add(name, broken, file(header(text, tail=FIRST_REFERENCE + tail) + REST),
+                 kxCheck=found, **outcomes)
 
     dictionary('reference_name_of_length_0', 'l_name of the second reference is 0',
                i32(0) + i32(500), 'ReferenceName HeaderReference', getReferenceString='ok')
@@ -146,8 +165,10 @@ def add_headers(kind):
     dictionary('reference_length_2_31', 'the second reference has length 2^31',
                reference('chr2', 1 << 31), 'HeaderLength RecordsLost')
 
+
+def add_texts(kind):
     def text(name, broken, old, new, found, **outcomes):
-        kind.add(name, broken, file(header(TEXT.replace(old, new)) + rest), kxCheck=found,
+        kind.add(name, broken, file(header(TEXT.replace(old, new)) + REST), kxCheck=found,
                  **outcomes)
 
     text('text_another_name', 'an @SQ line has another name', 'SN:chr2', 'SN:chrX',
@@ -173,15 +194,15 @@ def add_headers(kind):
 
 def add_lengths(kind):
     """Lengths of and within record b, which disagree with its bytes."""
-    lost = 'RecordLayout RecordsLost'
+    unreadable = 'RecordLayout RecordsLost'
     kind.add('record_length_negative', 'the length of a record is -1', with_b(size=-1),
-             records=BAD_ALLOC, kxCheck=lost)
+             records=BAD_ALLOC, kxCheck=unreadable)
     for size in (0, 31):
         kind.add(f'record_length_{size}', f'the length of a record is {size}', with_b(size=size),
-                 records=NOT_BAM, kxCheck=lost)
+                 records=NOT_BAM, kxCheck=unreadable)
     # The file seems to end inside the record, and that is its end.
     kind.add('record_length_huge', 'the length of a record is 2^31 - 1', with_b(size=0x7FFFFFFF),
-             **only(1), kxCheck=lost)
+             **only(1), kxCheck=unreadable)
     kind.add('record_length_beyond_the_file', 'the length of a record is 1000', with_b(size=1000),
              **only(1), kxCheck='RecordTruncated')
     # The next length is read one byte off and is beyond the file; NH is cut, or has a byte more.
@@ -215,11 +236,11 @@ def add_lengths(kind):
     kind.add('three_bytes_behind_the_records', 'three bytes stand behind the last record',
              file(whole + D + b'abc'), kxCheck='RecordTruncated')
     kind.add('zeros_behind_the_records', '40 zeros stand behind the last record',
-             file(whole + D + bytes(40)), records=NOT_BAM, kxCheck=lost)
+             file(whole + D + bytes(40)), records=NOT_BAM, **NOT_READ, kxCheck=unreadable)
 
 
-def add_fields(kind):
-    """Fields of a record that is laid out well."""
+def add_places(kind):
+    """References and positions of a record that is laid out well, and of its mate."""
     def with_c(ref):
         return records(A, B, record(b'c', ref, 29), D)
 
@@ -237,11 +258,12 @@ def add_fields(kind):
              samWriteUnaligned='ok 2', kxCheck='Reference')
     kind.add('position_negative', 'the position is -2', records(record(pos=-2), B, C, D),
              getFeatures='ok 20,0', kxCheck='Position')
-    off_region = dict(getFeatures='ok 10,0', samWrite='ok 1', kxCheck='Position')
+    off_region = dict(getFeatures='ok 10,0', kxFields='ok 1,1', kxFields_of_20='ok 1',
+                      samWrite='ok 1', kxCheck='Position')
     kind.add('position_behind_the_reference', 'the position is the length of the reference',
              with_b(pos=1000), **off_region)
     kind.add('end_behind_the_reference', 'the alignment ends behind the reference', with_b(pos=998),
-             **{**off_region, 'samWrite': 'ok 2'})
+             **{**off_region, 'kxFields': 'ok 2,1', 'samWrite': 'ok 2'})
     for name, pos in (('2_29', 1 << 29), ('2_31', 0x7FFFFFFF)):
         kind.add(f'position_{name}', f'the position is {pos}', with_b(pos=pos), indexes=TOO_BIG,
                  getStartsInReference='ok 1', **off_region)
@@ -254,6 +276,8 @@ def add_fields(kind):
     kind.add('mate_position_negative', 'the mate has position -2', with_b(mate=(0, -2)),
              kxCheck='MatePosition')
 
+
+def add_names(kind):
     for name, broken, stored_name in (
             ('name_length_0', 'l_read_name is 0', b''), ('name_empty', 'the name is empty', b'\0'),
             ('name_without_nul', 'the name lacks its NUL', b'bc'),
@@ -265,6 +289,9 @@ def add_fields(kind):
         # samWrite prints each line as a C string, and the name's NUL ends it.
         kind.add(name, broken, with_b(stored_name=stored_name), kxCheck='ReadName')
 
+
+def add_alignments(kind):
+    """CIGAR, bin and qualities."""
     kind.add('cigar_op_9', 'the CIGAR has an op of code 9', with_b(ops='3M1D1?'), kxCheck='CigarOp')
     kind.add('cigar_too_short', 'the CIGAR covers three of four bases', with_b(ops='3M'),
              kxCheck='CigarLength')
@@ -285,17 +312,23 @@ def add_fields(kind):
                                  (255, 40, 40, 40))):
         kind.add(name, broken, with_b(quals=quals), scanQualities=BAD_DATA, kxCheck='Quality')
 
+
+def add_orders(kind):
     kind.add('order_on_a_reference', 'the second record lies before the first one',
              records(B, A, C, D),
-             bamInfo='ok unsorted 1,2,1', indexes=UNSORTED, getFeatures='ok 20,10',
+             bamInfo='ok unsorted 1,2,1', indexes=UNSORTED, fields=UNSORTED,
+             getFeatures='ok 20,10',
              kxCheck='SortOrder')
+    # Behind a record that comes after a region nothing of the region is looked for.
+    behind = dict(kxFields='ok 0,0', kxFields_of_20='ok 0')
     kind.add('order_none_first', 'a record without a reference comes first', records(D, A, B, C),
-             bamInfo='ok unsorted 1,2,1', indexes=UNSORTED, to_bam_of_chr1=OUT_OF_RANGE,
+             bamInfo='ok unsorted 1,2,1', indexes=UNSORTED, **behind,
+             to_bam_of_chr1=OUT_OF_RANGE,
              kxCheck='SortOrder')
     # Building an index allows this one. Of the two records that are wanted, one is not on chr1.
     kind.add('order_of_references', 'the record on the second reference comes first',
-             records(C, A, B, D), bamInfo='ok unsorted 1,2,1', to_bam_of_chr1=OUT_OF_RANGE,
-             kxCheck='SortOrder')
+             records(C, A, B, D), bamInfo='ok unsorted 1,2,1', **behind,
+             to_bam_of_chr1=OUT_OF_RANGE, kxCheck='SortOrder')
 
 
 def add_tags(kind):
@@ -339,8 +372,8 @@ def add_tags(kind):
 
 def make():
     kind = Kind('bam', 'bam', SOUND, GROUPS)
-    add_headers(kind)
-    add_lengths(kind)
-    add_fields(kind)
-    add_tags(kind)
+    for add in (add_magics_and_ends, add_header_lengths, add_reference_counts, add_dictionaries,
+                add_texts, add_lengths, add_places, add_names, add_alignments, add_orders,
+                add_tags):
+        add(kind)
     return kind

@@ -12,8 +12,10 @@ from .formats import A, B, C, D, MARKER, Bits, block, header, stored, u16
 HEAD = header()
 FIRST = block(HEAD)
 MIDDLE = A + B
+SECOND = block(MIDDLE)
 LAST = block(C + D)
 
+NO_BLOCK = dict(records=NOT_BAM, kxCheck='BlockHeader RecordsLost')
 # What readers give who come to the records a and b only, and to c and d only.
 ONLY_A_AND_B = dict(
     bamInfo='ok sorted 0,2', getFeatureCountData='ok 2', samWriteUnaligned='ok 0',
@@ -88,12 +90,8 @@ def streams():
     }
 
 
-def make():
-    kind = Kind('bgzf', 'bam', bam_files.SOUND, bam_files.GROUPS)
-    no_block = dict(records=NOT_BAM, kxCheck='BlockHeader RecordsLost')
-    sound = block(MIDDLE)
-
-    # A header that is not that of a block.
+def add_headers(kind):
+    """A header that is not that of a block."""
     for name, broken, offset, value in (
             ('id1', 'ID1 is not 31', 0, 0x1E), ('id2', 'ID2 is not 139', 1, 0x8C),
             ('cm', 'CM is not 8', 2, 7), ('flg_without_fextra', 'FLG lacks FEXTRA', 3, 0),
@@ -101,11 +99,11 @@ def make():
             ('xlen_high_byte', 'XLEN is 262', 11, 1), ('si1', 'SI1 is not B', 12, 0x43),
             ('si2', 'SI2 is not C', 13, 0x42), ('slen_3', 'SLEN is 3', 14, 3),
             ('slen_high_byte', 'SLEN is 258', 15, 1)):
-        kind.add(name, broken, file(block(MIDDLE, change={offset: value})), **no_block)
+        kind.add(name, broken, file(block(MIDDLE, change={offset: value})), **NO_BLOCK)
     extra = MARKER[:10] + u16(12) + b'XXXX'[:2] + u16(2) + b'ab' + b'BC' + u16(2)
-    extra += u16(len(sound) + 5) + sound[18:]
+    extra += u16(len(SECOND) + 5) + SECOND[18:]
     kind.add('another_subfield', 'a subfield of the extra field stands before BC', file(extra),
-             **no_block)
+             **NO_BLOCK)
     # Flags are not looked at, beyond FEXTRA.
     for name, broken, flags in (('ftext', 'FLG has FTEXT', 5), ('fhcrc', 'FLG has FHCRC', 6),
                                 ('fname', 'FLG has FNAME', 0x0C),
@@ -113,9 +111,11 @@ def make():
                                 ('reserved_flag', 'FLG has a reserved bit', 0x84)):
         kind.add(name, broken, file(block(MIDDLE, change={3: flags})), kxCheck='BlockHeader')
 
-    # Sizes. Below 17 there is no room for the header; up to 25 the trailer is data.
-    kind.add('bsize_0', 'BSIZE is 0', file(block(MIDDLE, bsize=0)), **no_block)
-    kind.add('bsize_16', 'BSIZE is 16', file(block(MIDDLE, bsize=16)), **no_block)
+
+def add_sizes(kind):
+    """Below 17 there is no room for the header; up to 25 the trailer is data."""
+    kind.add('bsize_0', 'BSIZE is 0', file(block(MIDDLE, bsize=0)), **NO_BLOCK)
+    kind.add('bsize_16', 'BSIZE is 16', file(block(MIDDLE, bsize=16)), **NO_BLOCK)
     for bsize in (17, 25):
         kind.add(f'bsize_{bsize}', f'BSIZE is {bsize}, no room for data',
                  file(block(MIDDLE, bsize=bsize)), records=INFLATE,
@@ -125,19 +125,20 @@ def make():
     for name, by, found in (('less', -1, 'BlockData BlockHeader RecordsLost'),
                             ('more', 1, 'BlockCRC BlockHeader')):
         kind.add(f'bsize_one_{name}', f'BSIZE is one {name} than it should be',
-                 file(block(MIDDLE, bsize=len(sound) - 1 + by)), records=NOT_BAM, kxCheck=found)
+                 file(block(MIDDLE, bsize=len(SECOND) - 1 + by)), records=NOT_BAM, kxCheck=found)
     kind.add('bsize_beyond_the_file', 'BSIZE is 65535', file(block(MIDDLE, bsize=0xFFFF)),
              records=CUT_SHORT, kxCheck='BlockHeader RecordsLost')
     kind.add('bsize_takes_in_the_next_block', 'BSIZE is that of this block and the next one',
-             file(block(MIDDLE, bsize=len(sound) + len(LAST) - 1)), **ONLY_A_AND_B,
+             file(block(MIDDLE, bsize=len(SECOND) + len(LAST) - 1)), **ONLY_A_AND_B,
              kxCheck='BlockCRC')
 
-    # The trailer.
+
+def add_trailers(kind):
     kind.add('crc', 'the CRC-32 has a wrong bit', file(block(MIDDLE, crc=zlib.crc32(MIDDLE) ^ 1)),
              kxCheck='BlockCRC')
     kind.add('crc_0', 'the CRC-32 is 0', file(block(MIDDLE, crc=0)), kxCheck='BlockCRC')
     kind.add('crc_of_the_marker', 'the marker has a CRC-32 of 1',
-             file(sound, marker=block(deflated=b'\3\0', crc=1)), kxCheck='BlockCRC EndMarker')
+             file(SECOND, marker=block(deflated=b'\3\0', crc=1)), kxCheck='BlockCRC EndMarker')
     kind.add('isize', 'ISIZE is one more', file(block(MIDDLE, isize=len(MIDDLE) + 1)),
              kxCheck='BlockLength')
     kind.add('isize_0', 'ISIZE is 0', file(block(MIDDLE, isize=0)), kxCheck='BlockLength')
@@ -147,7 +148,8 @@ def make():
              file(block(MIDDLE, deflated=stored(MIDDLE[:-5] + b'\x27' + MIDDLE[-4:]))),
              kxCheck='BlockCRC')
 
-    # The data.
+
+def add_data(kind):
     for name, (broken, deflated) in streams().items():
         kind.add(name, broken, file(block(MIDDLE, deflated=refused_by_zlib(deflated))),
                  records=INFLATE, kxCheck='BlockData RecordsLost')
@@ -156,7 +158,9 @@ def make():
     kind.add('bytes_behind_the_data', 'four bytes stand between the data and the trailer',
              file(block(MIDDLE, deflated=stored(MIDDLE) + b'junk')), kxCheck=NONE)
 
-    # The first block: nothing can be read at all.
+
+def add_first_blocks(kind):
+    """Nothing can be read at all."""
     for name, broken, first, error, found in (
             ('first_block_id1', 'ID1 of the first block is not 31', block(HEAD, change={0: 0}),
              NOT_BAM, 'BlockHeader HeaderTruncated RecordsLost'),
@@ -164,48 +168,57 @@ def make():
              block(HEAD, change={18: 7}), INFLATE, 'BlockData HeaderTruncated RecordsLost'),
             ('bytes_before_the_first_block', 'five bytes stand before the first block',
              b'bytes' + FIRST, NOT_BAM, 'BlockHeader HeaderTruncated RecordsLost')):
-        kind.add(name, broken, file(sound, first=first), every=error, kxCheck=found)
+        kind.add(name, broken, file(SECOND, first=first), every=error, kxCheck=found)
 
-    # The end.
-    whole = file(sound)
+
+def add_ends(kind):
+    whole = file(SECOND)
     kind.add('cut_in_a_block_header', 'the file ends 10 bytes into the last block with records',
-             FIRST + sound + LAST[:10], records=NOT_BAM, kxCheck='BlockTruncated RecordsLost')
-    kind.add('cut_in_data', 'the file ends inside the data of a block', FIRST + sound + LAST[:60],
+             FIRST + SECOND + LAST[:10], records=NOT_BAM, kxCheck='BlockTruncated RecordsLost')
+    kind.add('cut_in_data', 'the file ends inside the data of a block', FIRST + SECOND + LAST[:60],
              records=CUT_SHORT, kxCheck='BlockTruncated RecordsLost')
     kind.add('cut_in_the_trailer', 'the file ends inside the trailer of a block',
-             FIRST + sound + LAST[:-3], records=CUT_SHORT, kxCheck='BlockTruncated RecordsLost')
+             FIRST + SECOND + LAST[:-3], records=CUT_SHORT, kxCheck='BlockTruncated RecordsLost')
     kind.add('cut_in_the_header_of_the_marker', 'the file ends 10 bytes into the marker',
              whole[:-18],
-             records=NOT_BAM, kxCheck='BlockTruncated RecordsLost')
+             records=NOT_BAM, **bam_files.NOT_READ, kxCheck='BlockTruncated RecordsLost')
     kind.add('cut_in_the_marker', 'the file ends one byte before the end of the marker', whole[:-1],
-             records=CUT_SHORT, kxCheck='BlockTruncated RecordsLost')
+             records=CUT_SHORT, **bam_files.NOT_READ, kxCheck='BlockTruncated RecordsLost')
     kind.add('cut_in_the_first_block', 'the file ends inside the first block', FIRST[:40],
              every=CUT_SHORT, kxCheck='BlockTruncated HeaderTruncated RecordsLost')
-    kind.add('cut_behind_a_block', 'the file ends behind its second block', FIRST + sound,
+    kind.add('cut_behind_a_block', 'the file ends behind its second block', FIRST + SECOND,
              records=NOT_BAM, kxCheck='EndMarker')
-    kind.add('no_marker', 'the marker is missing', file(sound, marker=b''), records=NOT_BAM,
-             kxCheck='EndMarker')
+    kind.add('no_marker', 'the marker is missing', file(SECOND, marker=b''), records=NOT_BAM,
+             **bam_files.NOT_READ, kxCheck='EndMarker')
     kind.add('marker_before_the_last_block', 'the marker stands before the last block',
-             FIRST + sound + MARKER + LAST, kxCheck='EndMarker')
+             FIRST + SECOND + MARKER + LAST, kxCheck='EndMarker')
     kind.add('another_marker', 'the last block is empty but has a time',
-             file(sound, marker=block(deflated=b'\3\0', change={4: 1})), kxCheck='EndMarker')
+             file(SECOND, marker=block(deflated=b'\3\0', change={4: 1})), kxCheck='EndMarker')
     kind.add('bytes_behind_the_marker', 'five bytes stand behind the marker', whole + b'bytes',
-             records=NOT_BAM, kxCheck='BlockTruncated RecordsLost')
+             records=NOT_BAM, **bam_files.NOT_READ, kxCheck='BlockTruncated RecordsLost')
     kind.add('many_bytes_behind_the_marker', '40 bytes stand behind the marker',
              whole + b'bytes' * 8,
-             records=NOT_BAM, kxCheck='BlockHeader EndMarker RecordsLost')
+             records=NOT_BAM, **bam_files.NOT_READ, kxCheck='BlockHeader EndMarker RecordsLost')
     kind.add('bytes_between_blocks', 'five bytes stand between two blocks',
-             file(sound + b'bytes'), **no_block)
+             file(SECOND + b'bytes'), **NO_BLOCK)
     kind.add('only_the_marker', 'the file has the marker and nothing else', MARKER, every=CUT_SHORT,
              kxCheck='HeaderTruncated')
 
     kind.add('one_byte', 'the file ends behind its first byte', FIRST[:1], every=NOT_BAM,
              kxCheck='BlockTruncated HeaderTruncated RecordsLost')
 
-    # No BGZF file.
-    gzip = bytes([0x1F, 0x8B, 8, 0, 0, 0, 0, 0, 0, 0xFF]) + stored(HEAD) + sound[-8:]
+
+def add_other_files(kind):
+    gzip = bytes([0x1F, 0x8B, 8, 0, 0, 0, 0, 0, 0, 0xFF]) + stored(HEAD) + SECOND[-8:]
     for name, broken, data in (('empty', 'the file is empty', b''),
                                ('plain_gzip', 'the file is gzip without blocks', gzip),
                                ('not_compressed', 'the content is not compressed', HEAD + MIDDLE)):
         kind.add(name, broken, data, every=NOT_BAM, kxCheck='UnknownKind')
+
+
+def make():
+    kind = Kind('bgzf', 'bam', bam_files.SOUND, bam_files.GROUPS)
+    for add in (add_headers, add_sizes, add_trailers, add_data, add_first_blocks, add_ends,
+                add_other_files):
+        add(kind)
     return kind
