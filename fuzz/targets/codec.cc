@@ -46,7 +46,8 @@ void inflate(const Bytes& in, std::size_t room, std::size_t stated) {
 }
 
 void deflate(const Bytes& data, std::size_t room) {
-  for (const auto deflate : {deflate_raw, deflate_raw_temporary, deflate_raw_zlib}) {
+  for (const auto deflate :
+       {deflate_raw, deflate_raw_temporary, deflate_raw_stored, deflate_raw_zlib}) {
     const Room stream(room);
     const std::optional<std::size_t> size = deflate(data, stream);
     if (!size) continue;

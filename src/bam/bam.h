@@ -64,8 +64,8 @@ class BAM : public Alignment {
   bool write(const std::uint8_t* bytes, std::size_t size) {
     return stream_.write(bytes, 1, size) == size;
   }
-  /// Compresses what is written from now on quickly (see BGZF::set_temporary).
-  void set_temporary() { stream_.set_temporary(); }
+  /// How well what is written from now on is compressed (see BGZF::set_packing).
+  void set_packing(Packing packing) { stream_.set_packing(packing); }
   /// Closes the stream, with the end-of-file marker in write mode; 0, or -1 on failure.
   int close() { return stream_.close(); }
 

@@ -160,9 +160,9 @@ void refuse_to_overwrite(const std::vector<UString>& files, const UString& out) 
 }
 
 void write_bam(const UString& name, const BamHeader& header, const RunBuffer& run,
-               bool is_temporary) {
+               Packing packing) {
   BAM out(Path(name), "w");
-  if (is_temporary) out.set_temporary();
+  out.set_packing(packing);
   if (!out.write(header) || !run.write(out) || out.close() != 0) throw FileWrite(name);
 }
 
@@ -179,7 +179,7 @@ void process_runs(const RunSource& source, const UString& base, const RunLimits&
       UString name = tmp_bamname(base, static_cast<int>(names.size()));
       refuse_to_overwrite({source.path.text()}, name);
       refuse_to_overwrite(names, name);
-      write_bam(name, source.header, run, true);
+      write_bam(name, source.header, run, steps.temporaries);
       names.push_back(std::move(name));
       run.clear();
     }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "core/bgzf.h"
 #include "core/large_memory.h"
 #include "core/path.h"
 #include "core/ustring.h"
@@ -101,6 +102,7 @@ struct RunSteps {
   std::function<void(RunBuffer&)> arrange;                ///< sorts or shuffles one run
   std::function<void(const RunBuffer&)> write_whole;      ///< the source was a single run
   std::function<void(const std::vector<UString>&)> join;  ///< joins the temporaries
+  Packing temporaries = Packing::kQuick;                  ///< how well these are compressed
 };
 
 /// Cuts a source into runs and arranges each. A source that fits into one run is written by
@@ -122,6 +124,6 @@ void refuse_to_overwrite(const std::vector<UString>& files, const UString& out);
 
 /// Writes a BAM file of a header and the records of a run. Raises FileNotFound and FileWrite.
 void write_bam(const UString& name, const BamHeader& header, const RunBuffer& run,
-               bool is_temporary = false);
+               Packing packing = Packing::kFull);
 
 }  // namespace readkit

@@ -12,6 +12,20 @@
 #include "core/errors.h"
 
 namespace readkit {
+namespace {
+
+auto deflate_for(Packing packing) {
+  switch (packing) {
+    case Packing::kQuick:
+      return deflate_raw_temporary;
+    case Packing::kNone:
+      return deflate_raw_stored;
+    default:
+      return deflate_raw;
+  }
+}
+
+}  // namespace
 
 bool valid_bgzf_header(const std::uint8_t* header) {
   constexpr std::uint8_t kExtraFieldFlag = 0x04;
@@ -33,7 +47,7 @@ BGZF& BGZF::operator=(BGZF&& other) noexcept {
   block_address_ = other.block_address_;
   uncompressed_position_ = other.uncompressed_position_;
   write_mode_ = other.write_mode_;
-  is_temporary_ = other.is_temporary_;
+  packing_ = other.packing_;
   end_reached_ = other.end_reached_;
   end_ = other.end_;
   path_ = other.path_;
@@ -55,7 +69,7 @@ void BGZF::open(const Path& path, std::string_view mode) {
   close_quietly();
   reset_counters();
   write_mode_ = mode == "w";
-  is_temporary_ = false;
+  packing_ = Packing::kFull;
   path_ = path;
   const std::string binary_mode = std::string(mode) + "b";
   file_ = File(path, binary_mode.c_str());
@@ -157,7 +171,7 @@ int BGZF::flush() {
 std::size_t BGZF::deflate_block() {
   const std::span<const std::uint8_t> data(data_.get(), block_offset_);
   std::uint8_t* const block = compressed_.get();
-  const auto deflate = is_temporary_ ? deflate_raw_temporary : deflate_raw;
+  const auto deflate = deflate_for(packing_);
   const auto size = deflate(data, {block + kBlockHeaderSize, kMaxCompressedData});
   if (!size) throw ZLIBDeflate(path_.text());
   const std::size_t block_size = kBlockHeaderSize + *size + kBlockTrailerSize;

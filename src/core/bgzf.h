@@ -18,6 +18,13 @@
 
 namespace readkit {
 
+/// How well what is written is compressed.
+enum class Packing {
+  kFull,   ///< As a result should be.
+  kQuick,  ///< As is worth the time for a file that is read once and removed.
+  kNone,   ///< Not at all: for such a file where it is smaller than others of the same work anyway.
+};
+
 /// A stream that is closed, open for reading or open for writing. Owns its file; the destructor
 /// closes as `close` does and ignores the outcome, so a writer that must know calls `close`.
 /// Movable: exactly one object owns a file at any time.
@@ -52,9 +59,9 @@ class BGZF {
   /// Compresses and writes what is buffered, as one block. Returns 0, or -1 for a short write.
   int flush();
 
-  /// Tells that the file opened for writing will be read once and removed, so that compressing it
-  /// well is not worth the time. Holds until the next `open`.
-  void set_temporary() { is_temporary_ = true; }
+  /// How well the file opened for writing is to be compressed, where the flavour may choose its
+  /// bytes. Holds until the next `open`.
+  void set_packing(Packing packing) { packing_ = packing; }
 
   /// The virtual offset of the next byte; when the block is used up, of the next block. When
   /// writing, bytes still in the buffer do not count.
@@ -102,7 +109,7 @@ class BGZF {
   std::uint64_t block_address_ = 0;
   std::uint64_t uncompressed_position_ = 0;
   bool write_mode_ = false;
-  bool is_temporary_ = false;
+  Packing packing_ = Packing::kFull;
   bool end_reached_ = false;  // an empty block has been read; never cleared
   std::uint64_t end_ = 0;     // where the last such block in the file ends
   Path path_;

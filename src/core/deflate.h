@@ -25,8 +25,8 @@ std::optional<std::size_t> inflate_raw(std::span<const std::uint8_t> in,
                                        std::size_t stated_size = kSizeUnknown);
 
 /// Raw deflate of `in` into one stream. Returns the bytes produced, or nothing when they do not fit
-/// into `out`. The flavours of the library differ in this function and the next alone:
-/// deflate_exact.cc defines them for the one, deflate_libdeflate.cc for the other.
+/// into `out`. The flavours of the library differ in this function and the next two
+/// alone: deflate_exact.cc defines them for the one, deflate_libdeflate.cc for the other.
 std::optional<std::size_t> deflate_raw(std::span<const std::uint8_t> in,
                                        std::span<std::uint8_t> out);
 
@@ -34,6 +34,11 @@ std::optional<std::size_t> deflate_raw(std::span<const std::uint8_t> in,
 /// may choose its bytes.
 std::optional<std::size_t> deflate_raw_temporary(std::span<const std::uint8_t> in,
                                                  std::span<std::uint8_t> out);
+
+/// `deflate_raw` for the same where the disk is less scarce than time: not compressed at all, where
+/// the flavour may choose its bytes.
+std::optional<std::size_t> deflate_raw_stored(std::span<const std::uint8_t> in,
+                                              std::span<std::uint8_t> out);
 
 /// `deflate_raw` by zlib at its default level: always the same bytes for the same input.
 std::optional<std::size_t> deflate_raw_zlib(std::span<const std::uint8_t> in,

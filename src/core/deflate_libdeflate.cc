@@ -13,6 +13,7 @@ namespace {
 // real alignment files (docs/performance.md has the table).
 constexpr int kLevel = 5;
 constexpr int kTemporaryLevel = 1;
+constexpr int kStored = 0;
 
 struct FreeCompressor {
   void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
@@ -40,6 +41,11 @@ std::optional<std::size_t> deflate_raw(std::span<const std::uint8_t> in,
 std::optional<std::size_t> deflate_raw_temporary(std::span<const std::uint8_t> in,
                                                  std::span<std::uint8_t> out) {
   return deflate_at<kTemporaryLevel>(in, out);
+}
+
+std::optional<std::size_t> deflate_raw_stored(std::span<const std::uint8_t> in,
+                                              std::span<std::uint8_t> out) {
+  return deflate_at<kStored>(in, out);
 }
 
 }  // namespace readkit

@@ -1,4 +1,5 @@
-// External sort of a SAM file; the temporaries are BAM files all the same.
+// External sort of a SAM file. The temporaries are BAM files all the same, which need less room
+// than the text even where they are not compressed.
 #include "bam/bam.h"
 #include "core/errors.h"
 #include "sam/sam.h"
@@ -21,10 +22,11 @@ void SAM::sort(const UString& base) { sort(base, RunLimits::for_this_machine());
 
 void SAM::sort(const UString& base, const RunLimits& limits) {
   const UString name = base + u".sam";
-  process_runs({path_, [this] { return next_alignment(); }, alignment_, header_}, base, limits,
-               {[](RunBuffer& run) { run.sort(); },
-                [&](const RunBuffer& run) { write_sam(name, header_, run); },
-                [&](const std::vector<UString>& names) { BAM::merge_bams(names, name); }});
+  process_runs(
+      {path_, [this] { return next_alignment(); }, alignment_, header_}, base, limits,
+      {[](RunBuffer& run) { run.sort(); },
+       [&](const RunBuffer& run) { write_sam(name, header_, run); },
+       [&](const std::vector<UString>& names) { BAM::merge_bams(names, name); }, Packing::kNone});
 }
 
 }  // namespace readkit

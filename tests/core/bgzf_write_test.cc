@@ -218,26 +218,30 @@ TEST_F(BgzfWrite, FullBlockAfterCloseRaisesFileWrite) {
 TEST_F(BgzfWrite, TemporaryFileHoldsTheSameDataInBytesOfItsOwn) {
   Random random(46);
   const std::string data = random_text(random, 200000);
-  const auto write = [&](const char* name, bool is_temporary) {
+  const auto write = [&](const char* name, Packing packing) {
     BGZF out;
     out.open(folder_.path("other"), "w");
-    out.set_temporary();  // holds for the file that is open
+    out.set_packing(Packing::kNone);  // holds for the file that is open
     out.open(folder_.path(name), "w");
-    if (is_temporary) out.set_temporary();
+    if (packing != Packing::kFull) out.set_packing(packing);
     BGZF moved = std::move(out);
     put(moved, data);
     EXPECT_EQ(moved.close(), 0);
   };
-  write("kept", false);
-  write("temporary", true);
+  write("kept", Packing::kFull);
+  write("temporary", Packing::kQuick);
+  write("stored", Packing::kNone);
   const auto content = [&](const char* name) {
     std::string all;
     for (const DecodedBlock& block : decode_blocks(folder_.read(name))) all += block.data;
     return all;
   };
   EXPECT_EQ(content("temporary"), data);
+  EXPECT_EQ(content("stored"), data);
   EXPECT_EQ(content("kept"), data);
-  EXPECT_EQ(folder_.read("kept") == folder_.read("temporary"), flavour_name() == "exact");
+  for (const char* name : {"temporary", "stored"}) {
+    EXPECT_EQ(folder_.read("kept") == folder_.read(name), flavour_name() == "exact") << name;
+  }
 }
 
 class BgzfFullDevice : public testing::Test {

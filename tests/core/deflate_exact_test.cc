@@ -16,6 +16,7 @@ TEST(DeflateExact, GivesTheBytesOfZlibsDefaultLevel) {
   for (const std::string& data : deflate_samples()) {
     EXPECT_TRUE(deflated(deflate_raw, data) == raw_deflate(data)) << data.size();
     EXPECT_TRUE(deflated(deflate_raw_temporary, data) == raw_deflate(data)) << data.size();
+    EXPECT_TRUE(deflated(deflate_raw_stored, data) == raw_deflate(data)) << data.size();
   }
 }
 

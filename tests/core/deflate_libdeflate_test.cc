@@ -33,8 +33,10 @@ TEST(DeflateLibdeflate, TemporaryDataTakeMoreRoom) {
   const std::string data = random_text(random, 65280);
   const auto kept = deflated(deflate_raw, data);
   const auto temporary = deflated(deflate_raw_temporary, data);
-  ASSERT_TRUE(kept.has_value() && temporary.has_value());
+  const auto stored = deflated(deflate_raw_stored, data);
+  ASSERT_TRUE(kept.has_value() && temporary.has_value() && stored.has_value());
   EXPECT_GT(temporary->size(), kept->size());
+  EXPECT_EQ(stored->size(), data.size() + 5);  // the head of a stored block
 }
 
 TEST(DeflateLibdeflate, WhatNeitherCanFitGivesNothing) {

@@ -29,7 +29,7 @@ TEST(Deflate, SameInputGivesSameBytes) {
 }
 
 TEST(Deflate, ZlibInflatesWhatWasDeflated) {
-  for (const Deflate deflate : {deflate_raw, deflate_raw_temporary}) {
+  for (const Deflate deflate : {deflate_raw, deflate_raw_temporary, deflate_raw_stored}) {
     for (const std::string& data : deflate_samples()) {
       const auto result = deflated(deflate, data);
       ASSERT_TRUE(result.has_value()) << data.size();
