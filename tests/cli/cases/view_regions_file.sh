@@ -5,7 +5,7 @@ awk 'BEGIN { OFS = "\t"; print "@SQ", "SN:chr1", "LN:1000000"; print "@SQ", "SN:
       print "record" i, 0, "chr1", 10 * i, 60, "5M", "*", 0, 0, "ACGTA", "IIIII", "NM:i:0"
     print "late", 0, "chr1", 900000, 60, "2M90N3M", "*", 0, 0, "ACGTA", "IIIII"
     print "next", 0, "chr2", 1, 60, "5M", "*", 0, 0, "ACGTA", "IIIII"
-    print "unplaced", 4, "*", 0, 0, "*", "*", 0, 0, "*", "*" }' >reads.sam
+    print "unplaced", 4, "*", 0, 0, "*", "*", 0, 0, "ACGT", "IIII" }' >reads.sam
 readkit convert -q reads.sam reads.bam
 readkit index -q reads.bam
 exec 2>&1
