@@ -282,8 +282,13 @@ TEST(HostileRecords, FunctionsAgreeOnADamagedRecord) {
         continue;
       }
       ++queries;
-      for (const char* name : {"getStartsInReference", "kxFields", "kxFields_of_20", "samWrite"}) {
-        EXPECT_EQ(result_of_call(std::string(name) + ", index"), result_of_call(name))
+      const bool is_sorted = result_of_call("bamInfo").starts_with("ok sorted");
+      for (const std::string name :
+           {"getStartsInReference", "samWrite", "kxFields", "kxFields_of_20"}) {
+        // Without an index kxFields ends behind its regions. The index takes a file that goes back
+        // to the first reference, and finds what comes there.
+        if (!is_sorted && name.starts_with("kxFields")) continue;
+        EXPECT_EQ(result_of_call(name + ", index"), result_of_call(name))
             << name << ": " << at << ", " << bits;
       }
     }
