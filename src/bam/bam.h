@@ -178,9 +178,10 @@ class BAM : public Alignment {
   /// for a single one that has a record.
   static void merge_bams(const std::vector<UString>& inputs, const UString& out);
 
-  // ---- Conversions: the records whose ordinals are given (1-based, in file order, ascending), all
-  // ---- when `n` is 0, from the first record on, into a new file; see convert/copy.h for errors
-  // ---
+  // ---- Conversions into a new file: the records whose ordinals are given (1-based, in file order,
+  // ---- ascending), all when `n` is 0. All raise CannotOpenOutFile for an output that is the file
+  // ---- itself, FileWrite, and the errors of reading. For one that cannot be created `to_bam` and
+  // ---- `to_sam` raise FileNotFound, the others CannotOpenOutFile. ------------------------------
 
   /// With `refs` not empty only these references and those of their mates stay in the dictionary,
   /// and every selected record must lie on one of them. The last argument is not used.

@@ -26,6 +26,7 @@ class IndexReader {
     if (!file_.is_open()) throw FileNotFound(path.text());
   }
 
+  /// Reads one value of type T.
   template <typename T>
   T read() {
     const std::uint8_t* const bytes = file_.peek(sizeof(T));
@@ -34,6 +35,7 @@ class IndexReader {
     file_.skip(sizeof(T));
     return value;
   }
+  /// Reads a count, which is not negative.
   std::size_t read_count() {
     const auto count = read<std::int32_t>();
     if (count < 0) throw InvalidBAIFormat(path_.text());
@@ -43,6 +45,7 @@ class IndexReader {
   std::uint64_t read_optional(std::uint64_t fallback) {
     return file_.peek(sizeof(std::uint64_t)) != nullptr ? read<std::uint64_t>() : fallback;
   }
+  /// Reads the magic.
   void check_magic() {
     const auto magic = read<std::array<std::uint8_t, bai_magic.size()>>();
     if (magic != bai_magic) throw InvalidBAIFormat(path_.text());
@@ -81,6 +84,7 @@ class IndexReader {
 
   /// Where the next field stands in the file.
   std::uint64_t tell() const { return file_.tell(); }
+  /// Positions the file at an offset that `tell` gave.
   void seek(std::uint64_t offset) {
     if (!file_.seek(offset)) throw BAIRead(path_.text());
   }

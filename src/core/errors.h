@@ -61,11 +61,12 @@ class READKIT_EXPORT MsgIdException : public std::exception {
 /// A gateway's input count is out of its range. Raised by `validate_argcount`.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", InvalidArgCount, gateway);
 /// More outputs are requested than the gateway gives. Raised by `validate_argcount`, and by
-/// `getFeatures` for more feature names than it has output slots.
+/// `getFeatures` and `kxFields` for more names than they have output slots.
 READKIT_ERROR_KIND("seqlab:readkit", TooManyOutputs);
 /// An input cannot be opened. Raised on opening a BGZF stream, a BAI file or a SAM file.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", FileNotFound, file);
-/// An output cannot be opened. Raised by `BAI::dump`, the conversions and `samWrite`.
+/// An output cannot be opened, or is one of the inputs. Raised by `BAI::dump`, the conversions,
+/// sorts, shuffles and merges, and the gateways that write SAM text.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", CannotOpenOutFile, file);
 /// A write, flush or close of an output failed.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", FileWrite, file);
@@ -90,12 +91,12 @@ READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", InvalidRegion, region);
 READKIT_ERROR_KIND("seqlab:readkit", InvalidHeaderSubset);
 /// A placed record begins or ends at 2^29 or beyond. Raised by `BAI::add`.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", PositionTooBig, read_name);
-/// Records are out of coordinate order. Raised by `BAI::add`.
+/// Records are out of coordinate order. Raised by `BAI::add` and `kxFields`.
 READKIT_ERROR_KIND("seqlab:readkit", BAMUnsorted);
 /// Wrong magic or a negative count. Raised by `BAI::load` and `IndexFile`.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", InvalidBAIFormat, file);
-/// A record ordinal that is out of range or does not ascend. Raised by the conversions and by
-/// `getFeatures`.
+/// A record ordinal that is out of range or does not ascend, or lists of regions that differ in
+/// length. Raised by the conversions, `getFeatures` and `kxFields`.
 READKIT_ERROR_KIND("seqlab:readkit", BadIndex);
 /// An optional field of an unknown type; `letter_code` is the letter as a signed 8-bit number in
 /// decimal. Raised by `tag_elem_size` and `tag_snprintf`.

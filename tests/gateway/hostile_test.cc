@@ -144,7 +144,7 @@ TEST_P(HostileBam, EveryPrefixFailsWhereItEnds) {
       // A cut inside a block's header is a bad header, one behind it a short block.
       const std::string expected = size - cut->offset < 18 ? kNotBam : kCutShort;
       for (std::size_t i = 0; i < calls_.size(); ++i) {
-        if (calls_[i].reads_records && !calls_[i].uses_index) {
+        if (calls_[i].reads_all) {
           ASSERT_EQ(outcomes[i], expected) << size << ": " << calls_[i].name;
         } else {
           ASSERT_TRUE(outcomes[i] == kOk || outcomes[i] == expected) << size;
@@ -282,8 +282,13 @@ TEST(HostileRecords, FunctionsAgreeOnADamagedRecord) {
         continue;
       }
       ++queries;
-      for (const char* name : {"getStartsInReference", "kxFields", "kxFields_of_20", "samWrite"}) {
-        EXPECT_EQ(result_of_call(std::string(name) + ", index"), result_of_call(name))
+      const bool is_sorted = result_of_call("bamInfo").starts_with("ok sorted");
+      for (const std::string name :
+           {"getStartsInReference", "samWrite", "kxFields", "kxFields_of_20"}) {
+        // Without an index kxFields ends behind its regions. The index takes a file that goes back
+        // to the first reference, and finds what comes there.
+        if (!is_sorted && name.starts_with("kxFields")) continue;
+        EXPECT_EQ(result_of_call(name + ", index"), result_of_call(name))
             << name << ": " << at << ", " << bits;
       }
     }

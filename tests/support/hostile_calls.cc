@@ -45,10 +45,14 @@ std::vector<HostileCall> HostileFolder::calls() const {
   std::vector<HostileCall> calls;
   const auto add = [&](const FileCall& call, bool uses_index) {
     if (call.name.starts_with("kxCheck")) return;
+    const bool reads_records = !of_header.contains(call.name);
+    // kxFields ends behind its regions.
+    const bool reads_all = reads_records && !uses_index && !call.name.starts_with("kxFields");
     calls.push_back({.name = call.name + (uses_index ? ", index" : ""),
                      .run = [=] { return outcome_of(call); },
                      .result = [=] { return result_of(call); },
-                     .reads_records = !of_header.contains(call.name),
+                     .reads_records = reads_records,
+                     .reads_all = reads_all,
                      .uses_index = uses_index});
   };
   for (const FileCall& call : files_.on_bam()) add(call, false);

@@ -32,7 +32,8 @@ struct HostileCall {
   std::string name;
   std::function<std::string()> run;  ///< returns the outcome, and expects that nothing is left over
   std::function<std::string()> result;  ///< the same with its digest
-  bool reads_records = false;           ///< more than the header, and every block of the file
+  bool reads_records = false;           ///< more than the header
+  bool reads_all = false;               ///< every block of the file, so no damage escapes it
   bool uses_index = false;              ///< and so reads no more than the index tells
 };
 
