@@ -122,7 +122,7 @@ const std::vector<Rule>& rules() {
          }
          line.fields[kCigar] = text;
        }},
-      {"a reference that the header does not list is none", "sam/ex1.sam",
+      {"a reference that the header does not list is none", "sam/noheader.sam",
        [](Line& line) {
          if (!line.has_reference(line.source[kRname])) line.fields[kRname] = "*";
        }},
