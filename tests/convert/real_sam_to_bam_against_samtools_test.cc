@@ -38,7 +38,7 @@ constexpr char kCut[] = "a sequence that was cut and does not fit its CIGAR ends
 
 const std::map<std::string, std::string>& examples() {
   static const std::map<std::string, std::string> all = {
-      {kNoReferences, "sam/ex1.sam"},
+      {kNoReferences, "sam/noheader.sam"},
       {kNoName, "hts-specs/sam/passed/hdr.SQ8.sam"},
       {kLastByte, "sam/tiny.sam"},
       {kLongName, "hts-specs/sam/passed/qname.pass.sam"},

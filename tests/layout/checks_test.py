@@ -8,6 +8,7 @@ import unittest
 from check_functions import long_functions
 from check_layers import check
 from check_namespaces import strangers
+from check_own_headers import check as check_own_headers
 from check_shared_state import unknown
 from draw_layers import picture, reduced, uses
 from check_symbols import declared, difference, names
@@ -201,6 +202,31 @@ class MissingTestsTest(unittest.TestCase):
     def test_empty_tree(self):
         with Tree({}) as root:
             self.assertEqual(len(missing_tests(root)), 1)
+
+
+class OwnHeadersTest(unittest.TestCase):
+    def complaints(self, source, header="#pragma once\n", folder="src/core"):
+        with Tree({f"{folder}/file.h": header, f"{folder}/file.cc": source,
+                   "src/core/bytes.h": "", "src/core/other.cc": "#include <map>\n"}) as root:
+            return check_own_headers(root)
+
+    def test_header_that_comes_first(self):
+        self.assertEqual(self.complaints('// A file.\n#include "core/file.h"\n#include <map>\n'), [])
+        self.assertEqual(self.complaints('#include "host/file.h"\n', folder="host"), [])
+
+    def test_header_that_does_not(self):
+        for source in ('#include <map>\n\n#include "core/file.h"\n', '#include "core/bytes.h"\n',
+                       '// #include "core/file.h"\n', "#include <core/file.h>\n"):
+            self.assertEqual(self.complaints(source),
+                             ['src/core/file.cc: does not begin with #include "core/file.h"'])
+
+    def test_header_that_may_come_twice(self):
+        self.assertEqual(self.complaints('#include "core/file.h"\n', "// #pragma once\nint a;\n"),
+                         ["src/core/file.h: has no #pragma once"])
+
+    def test_empty_tree(self):
+        with Tree({}) as root:
+            self.assertEqual(len(check_own_headers(root)), 1)
 
 
 class NamespacesTest(unittest.TestCase):

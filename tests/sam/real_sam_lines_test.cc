@@ -120,7 +120,7 @@ const std::vector<Rule> kRules = {
      }},
     {"the CIGAR of a name of 223 characters or more comes from other bytes",
      "passed/qname.pass.sam", take_cigar_from_other_bytes},
-    {"a reference that the header does not list is none", "sam/ex1.sam",
+    {"a reference that the header does not list is none", "sam/noheader.sam",
      [](Line& line) {
        if (!line.has_reference(line.source[kRname])) line.fields[kRname] = "*";
      }},
