@@ -42,6 +42,7 @@ READKIT_GATEWAY(kxBamShuffle);
 READKIT_GATEWAY(kxBamShuffleSeeded);
 READKIT_GATEWAY(kxCheck);
 READKIT_GATEWAY(kxFields);
+READKIT_GATEWAY(kxVerified);
 
 #undef READKIT_GATEWAY
 
