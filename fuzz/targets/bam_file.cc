@@ -102,6 +102,8 @@ const Way kWays[] = {
      [](const Job& j) { return inputs(text(j.file), text(j.index)); }},
     {"kxFields", kxFields, 12, fields_of_regions},
     {"kxSamWriteRegions", kxSamWriteRegions, 0, lines_of_regions},
+    {"kxVerified", kxVerified, 2,
+     [](const Job& j) { return inputs(text("bamInfo"), text(j.file)); }},
 };
 
 // An index of another number of references than most files have, which is passed over, and one of

@@ -6,11 +6,12 @@ import contextlib
 import os
 import shutil
 import threading
-from typing import Any, Sequence
+from typing import Any, Callable, Sequence
 
 import numpy as np
 
-from readkit import gateway
+from readkit import gateway, verified
+from readkit.blocks import replace_header, without_references
 from readkit.checks import Check, check
 from readkit.errors import error_of
 from readkit.notebooks import bytes_text, facts_html, rows_html
@@ -133,6 +134,7 @@ class AlignmentFile:
         ending = "." + self.kind.lower()
         with whole_output(target, ending) as path, watching(self.path, progress) as transfers:
             function(self.path, path[: -len(ending)], *more, progress=transfers)
+            self._require_sorted(path)
         return type(self)(target)
 
     def convert(self, out: str | os.PathLike[str], format: str | None = None, *,
@@ -150,6 +152,8 @@ class AlignmentFile:
             progress: see `readkit.progress.Progress`.
 
         Raises:
+            LossyConversion: the format, or the way there, cannot hold what a record says. SAM text
+                is compared with what was made of it, record by record.
             InvalidOutputFormat, BadIndex, InvalidHeaderSubset, OutOfRange, FileWrite, and the
             errors of reading the file.
         """
@@ -158,36 +162,65 @@ class AlignmentFile:
         if word not in _FORMATS:
             raise error_of("seqlab:readkit:InvalidOutputFormat", (),
                            f"{word!r} is no output format. Use one of {', '.join(_FORMATS)}.")
-        more: list[Any] = [self._ordinals(records)]
-        if references is not None:
-            more.append(list(references))
         if os.path.exists(target) and os.path.samefile(target, self.path):
             raise error_of("seqlab:readkit:CannotOpenOutFile", (target,),
                            f"The file {target!r} cannot be written: it is the input.")
-        with whole_output(target, "." + word) as path:
-            with watching(self.path, progress) as transfers:
-                gateway.convertFormat(self.path, self.kind.lower(), path, word, *more,
-                                      progress=transfers)
+        numbers = self._numbers(records)
+        ordinals = np.asarray([] if numbers is None else numbers + 1, np.uint32)
+        with whole_output(target, "." + word) as path, watching(self.path, progress) as transfers:
+
+            def write(*more: Any) -> None:
+                verified.convertFormat(self.path, self.kind.lower(), path, word, ordinals, *more,
+                                       progress=transfers)
+
+            if references is None or word != "bam":
+                write(*([] if references is None else [list(references)]))
+            else:
+                self._write_subset(path, list(references), write)
+            self._require_kept(path, word, numbers)
             if word == "sam":
                 self._put_header_before(path)
 
-    def _ordinals(self, records: Sequence[int] | np.ndarray[Any, Any] | None) -> Any:
+    def _write_subset(self, path: str, references: list[str],
+                      write: Callable[[list[str]], None]) -> None:
+        """Writes a BAM file with a part of the dictionary."""
+        while True:
+            write(references)
+            text, names, lengths = verified.getHeader(path, nargout=3)
+            kept = names.to_list()
+            # A reference that mates have added may have mates on others, which come in next time.
+            if set(kept) <= set(references):
+                break
+            references = kept
+        replace_header(
+            path, without_references(_bytes(text), {_bytes(name) for name in kept}),
+            [Reference(*pair) for pair in zip(kept, lengths.tolist())])
+
+    def _require_kept(self, path: str, format: str, numbers: np.ndarray[Any, Any] | None) -> None:
+        """Raises LossyConversion when a file that was written, of the records of these numbers, or
+        of all, does not say what this one does."""
+
+    def _require_sorted(self, path: str) -> None:
+        """The same for all records in another order."""
+
+    def _numbers(self, records: Sequence[int] | np.ndarray[Any, Any] | None
+                 ) -> np.ndarray[Any, Any] | None:
         if records is None:
-            return np.zeros(0, np.uint32)
+            return None
         numbers = record_numbers(records)
         # The function would leave out without a word what it does not find.
         if len(numbers) == 0 or np.any(np.diff(numbers) <= 0) or numbers[-1] >= self.records:
             raise error_of("seqlab:readkit:BadIndex", (),
                            f"Records must be ascending numbers from 0 to {self.records - 1}.")
-        return (numbers + 1).astype(np.uint32)
+        return numbers
 
     def _put_header_before(self, path: str) -> None:
-        header = self.header.encode("utf-8", "surrogateescape")
+        header = _bytes(self.header)
         if header and not header.endswith(b"\n"):
             header += b"\n"
         if b"@SQ\t" not in header:
             for name, length in self.references:
-                header += b"@SQ\tSN:%b\tLN:%d\n" % (os.fsencode(name), length)
+                header += b"@SQ\tSN:%b\tLN:%d\n" % (_bytes(name), length)
         whole = path + ".whole"
         with open(whole, "wb") as output, open(path, "rb") as lines:
             output.write(header)
@@ -221,6 +254,10 @@ class AlignmentFile:
     def _facts(self) -> list[tuple[str, str]]:
         """What else there is to say in notebooks."""
         return []
+
+
+def _bytes(text: str) -> bytes:
+    return text.encode("utf-8", "surrogateescape")
 
 
 def record_numbers(records: Sequence[int] | np.ndarray[Any, Any]) -> np.ndarray[Any, Any]:

@@ -12,7 +12,7 @@ from typing import Any, NamedTuple, Sequence
 
 import numpy as np
 
-from readkit import _readkit, gateway
+from readkit import _readkit, verified
 from readkit.alignment_file import AlignmentFile, record_numbers
 from readkit.errors import BadIndex, error_of
 from readkit.indexes import Index, index_beside
@@ -20,6 +20,7 @@ from readkit.outputs import whole_output
 from readkit.progress import Progress, watching
 from readkit.regions import Reference, Region, parse_region, reference_index
 from readkit.tables import Table
+from readkit.written import require_lines, require_reads, require_sam
 
 
 class Starts(NamedTuple):
@@ -75,11 +76,11 @@ class BamFile(AlignmentFile):
               "MatePosition", "QueryLength", "Sequence", "Quality")
 
     def _read_header(self) -> tuple[str, list[Reference]]:
-        text, names, lengths = gateway.getHeader(self.path, nargout=3)
+        text, names, lengths = verified.getHeader(self.path, nargout=3)
         return text, [Reference(*pair) for pair in zip(names.to_list(), lengths.tolist())]
 
     def _scan(self) -> tuple[bool, np.ndarray[Any, Any], int]:
-        is_sorted, rows = gateway.bamInfo(self.path, nargout=2)
+        is_sorted, rows = verified.bamInfo(self.path, nargout=2)
         counts = np.zeros(max(len(self.references), len(rows) - 1), np.int64)
         counts[: max(len(rows) - 1, 0)] = rows[1:]
         if counts[len(self.references):].any():
@@ -104,7 +105,7 @@ class BamFile(AlignmentFile):
             BAMUnsorted, PositionTooBig, ReferenceIDNotFound, and the errors of reading and writing.
         """
         target = os.fspath(out) if out is not None else self.path + ".bai"
-        function = gateway.kxBamIndexComplete if complete else gateway.bamIndex
+        function = verified.kxBamIndexComplete if complete else verified.bamIndex
         with whole_output(target, ".bai") as path, watching(self.path, progress) as transfers:
             function(self.path, path, progress=transfers)
         self.close()
@@ -124,7 +125,7 @@ class BamFile(AlignmentFile):
         remove = weakref.finalize(self, _remove_folder, folder, os.getpid())
         path = os.path.join(folder, "index.bai")
         try:
-            gateway.kxBamIndexComplete(self.path, path)
+            verified.kxBamIndexComplete(self.path, path)
         except BaseException:
             remove()
             raise
@@ -219,7 +220,7 @@ class BamFile(AlignmentFile):
         references, firsts, lasts = (
             np.array([min(value, _MOST) for value in values], np.int64)
             for values in (zip(*regions) if regions else ((), (), ())))
-        counts, rows, *columns = gateway.kxFields(
+        counts, rows, *columns = verified.kxFields(
             self.path, index.path, asked, references, firsts, lasts, *ordinals,
             nargout=2 + len(asked))
         return counts, rows, {
@@ -303,7 +304,7 @@ class BamFile(AlignmentFile):
         def write(path: str) -> bytes:
             with tempfile.TemporaryDirectory(prefix="readkit-") as folder:
                 out = os.path.join(folder, "reads.sam")
-                gateway.samWrite(self.path, path[: -len(".bai")], out, text, tags, False)
+                verified.samWrite(self.path, path[: -len(".bai")], out, text, tags, False)
                 with open(out, "rb") as file:
                     return file.read()
 
@@ -312,6 +313,8 @@ class BamFile(AlignmentFile):
             lines = write(index.path)
             if index.counts is not None and lines.count(b"\n") != len(self.overlapping(where)):
                 lines = write(self._own_index().path)
+        require_lines(self.path, lines.splitlines(True) if b"\r" not in lines else
+                      [line + b"\n" for line in lines.split(b"\n")[:-1]])
         return lines.decode("utf-8", "surrogateescape")
 
     def _lines(self, where: Region, tags: bool) -> str:
@@ -326,7 +329,8 @@ class BamFile(AlignmentFile):
         numbers += int(self.counts[: where.reference].sum()) + 1
         with tempfile.TemporaryDirectory(prefix="readkit-") as folder:
             out = os.path.join(folder, "reads.sam")
-            gateway.convertFormat(self.path, "bam", out, "sam", numbers.astype(np.uint32))
+            verified.convertFormat(self.path, "bam", out, "sam", numbers.astype(np.uint32))
+            require_sam(self.path, out)
             with open(out, encoding="utf-8", errors="surrogateescape", newline="") as file:
                 lines = file.read()
         if tags:
@@ -353,7 +357,7 @@ class BamFile(AlignmentFile):
             raise ValueError(f"multi_mapped must be one of {', '.join(_MULTI_MAPPED)}")
         with watching(self.path, progress) as transfers:
             names, cigars, starts, ends, references, flags, mates, tallies, missing = \
-                gateway.getFeatureCountData(
+                verified.getFeatureCountData(
                     self.path, _MULTI_MAPPED[multi_mapped], bool(both_ends_mapped),
                     bool(properly_mapped), float(min_quality), nargout=9, progress=transfers)
         table = Table({"Header": names, "Signature": cigars, "Position": starts,
@@ -364,6 +368,12 @@ class BamFile(AlignmentFile):
 
     # ---- Other files
 
+    def _require_kept(self, path: str, format: str, numbers: np.ndarray[Any, Any] | None) -> None:
+        if format == "sam":
+            require_sam(self.path, path)
+        elif format in ("fastq", "fasta"):
+            require_reads(self.path, path, format == "fastq")
+
     def sort(self, out: str | os.PathLike[str] | None = None, *,
              progress: Progress = None) -> BamFile:
         """Writes the records in coordinate order and opens that file, which appears when it is
@@ -373,7 +383,7 @@ class BamFile(AlignmentFile):
             out: the file to write; without it, this one's name with ".sorted" before its ending.
             progress: see `readkit.progress.Progress`.
         """
-        sorted_file: BamFile = self._rewrite(gateway.bamSort, out, "sorted", progress)
+        sorted_file: BamFile = self._rewrite(verified.bamSort, out, "sorted", progress)
         return sorted_file
 
     def shuffle(self, out: str | os.PathLike[str] | None = None, *, seed: int | None = None,
@@ -393,8 +403,8 @@ class BamFile(AlignmentFile):
         if seed is not None and not 0 <= seed <= 2**32 - 1:
             raise ValueError("a seed must be from 0 to 4294967295")
         shuffled: BamFile = (
-            self._rewrite(gateway.kxBamShuffle, out, "shuffled", progress) if seed is None else
-            self._rewrite(gateway.kxBamShuffleSeeded, out, "shuffled", progress, int(seed)))
+            self._rewrite(verified.kxBamShuffle, out, "shuffled", progress) if seed is None else
+            self._rewrite(verified.kxBamShuffleSeeded, out, "shuffled", progress, int(seed)))
         return shuffled
 
 

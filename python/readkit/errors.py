@@ -282,6 +282,10 @@ class FileChanged(FileError):
     """A file does not hold what its index, or what was read of it before, says."""
 
 
+class LossyConversion(FileError):
+    """A file cannot be written in another form without a change of what it says."""
+
+
 class WorkersDied(FileError):
     """Every worker of a cluster that worked on a file has died."""
 

@@ -67,6 +67,7 @@ _SIGNATURES = {
     "kxBamShuffle": "kxBamShuffle(bam, base)",
     "kxBamShuffleSeeded": "kxBamShuffleSeeded(bam, base, seed)",
     "kxCheck": "result = kxCheck(file[, index])",
+    "kxVerified": "outputs = kxVerified(name, inputs...)",
     "kxFields": (
         "counts, rows, fields = kxFields(bam, index, names, references, firsts, lasts[, ordinals])"
     ),

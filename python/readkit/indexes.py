@@ -11,11 +11,12 @@ import os
 import struct
 import zlib
 from dataclasses import dataclass, field
-from typing import Any, BinaryIO
+from typing import Any, BinaryIO, Iterator
 
 import numpy as np
 
-_PSEUDO_BIN = 37450
+from readkit.bai import Section, is_fresh, read_sections
+
 _WINDOW_SHIFT = 14
 # The index of ``bamIndex`` has no gaps in so few windows, and offsets that may be too great.
 _FEW_WINDOWS = 3
@@ -59,86 +60,55 @@ def index_beside(bam: str, references: int) -> Index | None:
     complete windows for as many references, and right about the records at some places of it."""
     path = bam + ".bai"
     try:
-        if os.stat(path).st_mtime_ns < os.stat(bam).st_mtime_ns or os.path.getsize(bam) < SMALL:
+        if not is_fresh(path, bam) or os.path.getsize(bam) < SMALL:
             return None
-        with open(path, "rb") as file:
-            found = _Content(file.read(), references)
+        found = read_sections(path, references)
+        if found is None:
+            return None
         with open(bam, "rb") as file:
-            return Index(path, found.counts, found.windows) if found.agrees_with(file) else None
+            if not _agree(found.references, file):
+                return None
     except (OSError, struct.error, ValueError, zlib.error):
         return None
+    return Index(path, [section.records for section in found.references],
+                 dict(_doubtful_windows(found.references)))
 
 
-class _Content:
-    """What an index file says. Raises ValueError and struct.error when it cannot be relied on."""
-
-    def __init__(self, data: bytes, references: int) -> None:
-        magic, n_ref = struct.unpack_from("<4si", data)
-        if magic != b"BAI\x01" or n_ref != references:
-            raise ValueError("an index of another kind, or of another file")
-        self.counts: list[int] = []
-        self.windows: dict[int, np.ndarray[Any, Any]] = {}
-        # Reference, bin, and the offset of a record in it.
-        self.places: list[tuple[int, int, int]] = []
-        # Offsets, between which are unmapped records only.
-        self.stretches: list[tuple[int, int]] = []
-        at = 8
-        for reference in range(n_ref):
-            at = self._read(data, at, reference)
-
-    def _read(self, data: bytes, at: int, reference: int) -> int:
-        facts = None
-        (n_bin,) = struct.unpack_from("<i", data, at)
-        at += 4
-        for _ in range(n_bin):
-            number, n_chunk = struct.unpack_from("<Ii", data, at)
-            if n_chunk < 0:
-                raise ValueError("a negative count")
-            if number == _PSEUDO_BIN and n_chunk == 2:
-                facts = struct.unpack_from("<4Q", data, at + 8)
-            elif n_chunk:
-                self.places.append((reference, number, struct.unpack_from("<Q", data, at + 8)[0]))
-            at += 8 + 16 * n_chunk
-        (n_intv,) = struct.unpack_from("<i", data, at)
-        windows = np.frombuffer(data, "<u8", n_intv, at + 4)
-        if n_bin != 0 and facts is None:
-            raise ValueError("an index without counts")
-        begin, _, mapped, unmapped = facts or (0, 0, 0, 0)
-        # Each window repeats the one before it, or is greater, from the one of the first mapped
-        # record on: a gap would be a bound of nothing.
-        used = windows[windows != 0]
-        if np.any(windows[1:] < windows[:-1]) or (mapped and len(used) == 0):
-            raise ValueError("an index with windows left out")
-        if mapped and used[0] != begin:
-            self.stretches.append((begin, int(used[0])))
-        self.counts.append(mapped + unmapped)
-        if len(windows) <= _FEW_WINDOWS:
-            self.windows[reference] = np.zeros_like(windows)
-        elif unmapped:
-            self.windows[reference] = windows
-        return at + 4 + 8 * int(n_intv)
-
-    def agrees_with(self, bam: BinaryIO) -> bool:
-        """Whether records lie where the index has them."""
-        step = max(len(self.places) // _SAMPLES, 1)
-        return (all(_is_in_bin(bam, *place) for place in self.places[::step])
-                and all(_are_unmapped(bam, *stretch) for stretch in self.stretches))
+def _doubtful_windows(sections: list[Section]) -> Iterator[tuple[int, np.ndarray[Any, Any]]]:
+    """The references of which an offset may not be the least of its window."""
+    for reference, section in enumerate(sections):
+        if len(section.windows) <= _FEW_WINDOWS:
+            yield reference, np.zeros_like(section.windows)
+        elif section.unmapped:
+            yield reference, section.windows
 
 
-def _block(bam: BinaryIO, offset: int) -> bytes:
-    """What is in the block of a virtual offset; nothing where there is none."""
+def _agree(sections: list[Section], bam: BinaryIO) -> bool:
+    """Whether records lie where the index has them."""
+    places = [(reference, *place) for reference, section in enumerate(sections)
+              for place in section.bins]
+    step = max(len(places) // _SAMPLES, 1)
+    firsts = [(section.begin, int(section.windows[np.flatnonzero(section.windows)[0]]))
+              for section in sections if section.mapped]
+    return (all(_is_in_bin(bam, *place) for place in places[::step])
+            and all(_are_unmapped(bam, *pair) for pair in firsts if pair[0] != pair[1]))
+
+
+def _block(bam: BinaryIO, offset: int, most: int = 1 << 16) -> bytes:
+    """What is in the block of a virtual offset, the first `most` bytes; nothing where there is
+    none."""
     bam.seek(offset >> 16)
     block = bam.read(1 << 16)
     # The only extra field that these blocks have says how long they are.
     if block[:4] != b"\x1f\x8b\x08\x04" or block[10:16] != b"\x06\x00BC\x02\x00":
         return b""
     size = struct.unpack_from("<H", block, 16)[0] + 1
-    return zlib.decompress(block[18:size - 8], -15)
+    return zlib.decompressobj(-15).decompress(block[18:size - 8], most)
 
 
 def _is_in_bin(bam: BinaryIO, reference: int, number: int, offset: int) -> bool:
-    data = _block(bam, offset)
     inside = offset & 0xFFFF
+    data = _block(bam, offset, inside + 12)
     if inside + 12 > len(data):
         # The record's first fields are in the next block.
         return 0 < len(data) and inside <= len(data)

@@ -14,7 +14,7 @@ from typing import TYPE_CHECKING, Any, Iterable, Sequence, Tuple, Union
 
 import numpy as np
 
-from readkit import _readkit, gateway
+from readkit import _readkit, verified
 from readkit.alignment_file import AlignmentFile
 from readkit.errors import error_of
 from readkit.files import first_bytes
@@ -305,7 +305,7 @@ def _scan(source: Source, min_quality: int, max_quality: int, settings: Settings
                   settings.min_average, -1, np.zeros(0), settings.min_length, settings.first,
                   -1 if settings.last is None else settings.last, settings.unplaced)
         transfers = None if kind == _MEMORY else stack.enter_context(watching(data, progress))
-        averages, qualities, gc, bases, reads, lengths = gateway.scanQualities(
+        averages, qualities, gc, bases, reads, lengths = verified.scanQualities(
             *inputs, nargout=6, progress=transfers)
     table = _rows(qualities, max_quality - min_quality + 2)
     if table[-1].any():

@@ -20,6 +20,10 @@ SANITIZED = "READKIT_SANITIZED" in os.environ
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(SOURCE / "examples"))
 
+# Fixtures that several modules of tests use.
+pytest.register_assert_rewrite("cluster_support")
+from cluster_support import by_windows_only, machines, some_files, two_workers  # noqa: E402, F401
+
 
 @pytest.fixture(scope="session")
 def echo():

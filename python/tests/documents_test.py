@@ -13,6 +13,7 @@ import numpy as np
 import pytest
 
 import readkit
+import readkit.cluster
 from conftest import SANITIZED
 
 NOT_DRAWN_HERE = "the pictures were drawn by another version of matplotlib"
@@ -26,13 +27,18 @@ def in_folder(reads_bam, monkeypatch):
         yield
 
 
-def test_the_examples_of_the_page_are_right(in_folder):
+def test_the_examples_of_the_page_are_right(in_folder, request, monkeypatch):
     page = ROOT / "docs/python.md"
     if importlib.util.find_spec("distributed") is None or SANITIZED:
-        # The section on clusters needs Dask; cluster_test says so where it is missing.
+        # The section on clusters needs Dask; its own tests say so where it is missing.
         text = re.sub(r"(?ms)^## Many machines\n.*?(?=^## |\Z)", "", page.read_text())
         page = pathlib.Path("page.md")
         page.write_text(text)
+    else:
+        # The workers are there already.
+        workers = request.getfixturevalue("machines").client
+        one = readkit.cluster.Cluster
+        monkeypatch.setattr(readkit.cluster, "Cluster", lambda **_: one(workers))
     failed, tried = doctest.testfile(str(page), module_relative=False)
     assert tried > 20 and failed == 0
 

@@ -63,6 +63,15 @@ std::vector<Chunk> find_chunks(const BinMap& bins, const std::vector<std::uint32
   return found;
 }
 
+void trim_chunks(std::vector<Chunk>& chunks, std::span<const std::uint64_t> windows) {
+  if (windows.empty() || windows.back() == 0) return;
+  const std::uint64_t lowest = windows.back();
+  const auto differs = [lowest](std::uint64_t offset) { return offset != lowest; };
+  const auto before = std::find_if(windows.rbegin(), windows.rend(), differs);
+  if (before == windows.rend() || *before == 0 || *before > lowest) return;
+  for (Chunk& chunk : chunks) chunk.beg = std::max(chunk.beg, lowest);
+}
+
 std::vector<Chunk> BAI::find_chunks(int ref, int beg, int end) const {
   if (ref < 0 || static_cast<std::size_t>(ref) >= refs_.size()) return {};
   const RefIndex& index = refs_[static_cast<std::size_t>(ref)];
@@ -70,6 +79,15 @@ std::vector<Chunk> BAI::find_chunks(int ref, int beg, int end) const {
   const WindowRange windows = windows_of(beg, end, linear.size());
   return readkit::find_chunks(index.bins, reg2bins(beg, end),
                               linear.subspan(windows.first, windows.count));
+}
+
+std::vector<Chunk> BAI::find_trimmed_chunks(int ref, int beg, int end) const {
+  std::vector<Chunk> chunks = find_chunks(ref, beg, end);
+  if (chunks.empty()) return chunks;
+  const std::span<const std::uint64_t> linear(refs_[static_cast<std::size_t>(ref)].linear);
+  const WindowRange windows = windows_of(beg, end, linear.size());
+  if (windows.count > 0) trim_chunks(chunks, linear.first(windows.first + 1));
+  return chunks;
 }
 
 }  // namespace readkit

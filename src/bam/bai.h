@@ -70,6 +70,13 @@ WindowRange windows_of(int beg, int end, std::size_t n_intv);
 std::vector<Chunk> find_chunks(const BinMap& bins, const std::vector<std::uint32_t>& candidates,
                                std::span<const std::uint64_t> windows);
 
+/// Takes away from chunks what lies before the offset of the region's first window, the last one of
+/// `windows`, which begin with the reference's first. No record of the region lies there in an
+/// index whose windows have the least offset of their records. Other tools leave unmapped records
+/// out of the windows, and these can lie before the first offset of all: chunks that reach there
+/// stay as they are, and so do all where the window before has no offset, or a greater one.
+void trim_chunks(std::vector<Chunk>& chunks, std::span<const std::uint64_t> windows);
+
 /// An index in memory, and the state of building it: `init`, `add` for every record in file order,
 /// `finish`.
 class BAI {
@@ -107,6 +114,8 @@ class BAI {
   /// The chunks that may hold records overlapping [beg, end) of reference `ref`, sorted and merged;
   /// none for a reference outside the index.
   std::vector<Chunk> find_chunks(int ref, int beg, int end) const;
+  /// The same without what lies before the region's first window (see `trim_chunks`).
+  std::vector<Chunk> find_trimmed_chunks(int ref, int beg, int end) const;
 
  private:
   static constexpr std::uint32_t kNoBin = ~std::uint32_t{0};

@@ -45,7 +45,10 @@ class BAM : public Alignment {
   /// Opens with a mode of BGZF::open; a mode that contains an 'r' reads the header.
   BAM(const Path& path, std::string_view mode);
 
-  /// Reads the next record; false at the end of the file, and for a last record cut short.
+  /// Reads the next record; false at the end of the file, and for a last record cut short. In a
+  /// file that was opened for strict reading (see StrictReading), one that is cut short, and one
+  /// with a CIGAR behind a name of more than 222 characters, which would be read wrongly, is
+  /// InvalidBAMFormat.
   bool next_alignment();
   /// Whether `next_alignment` (or another reader of records) has come to the end.
   bool at_end() const { return at_end_; }
@@ -130,6 +133,11 @@ class BAM : public Alignment {
     return index_file_ ? index_file_->find_chunks(ref, beg, end)
                        : index_.find_chunks(ref, beg, end);
   }
+  /// The same without what lies before the region's window (see `trim_chunks`).
+  std::vector<Chunk> find_trimmed_chunks(int ref, int beg, int end) {
+    return index_file_ ? index_file_->find_trimmed_chunks(ref, beg, end)
+                       : index_.find_trimmed_chunks(ref, beg, end);
+  }
   /// Takes the chunks of the region from the index; does not seek.
   void index_find_init(int ref, int beg, int end);
   /// Reads the next record of those chunks, overlapping or not; false when there is none left.
@@ -209,6 +217,7 @@ class BAM : public Alignment {
   Path path_;
   std::uint64_t first_record_ = 0;
   bool at_end_ = false;
+  bool is_strict_ = StrictReading::is_on();
   BAI index_;
   std::optional<IndexFile> index_file_;  // in place of `index_`
   bool has_index_ = false;

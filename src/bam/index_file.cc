@@ -32,4 +32,16 @@ std::vector<Chunk> IndexFile::find_chunks(int ref, int beg, int end) {
   return readkit::find_chunks(index.bins, candidates, index.linear);
 }
 
+std::vector<Chunk> IndexFile::find_trimmed_chunks(int ref, int beg, int end) {
+  std::vector<Chunk> chunks = find_chunks(ref, beg, end);
+  if (chunks.empty()) return chunks;
+  in_.seek(offsets_[static_cast<std::size_t>(ref)]);
+  RefIndex index;
+  in_.read_bins(index, [](std::uint32_t) { return false; });
+  const WindowRange windows = windows_of(beg, end, in_.read_count());
+  if (windows.count > 0) in_.append(index.linear, windows.first + 1);
+  trim_chunks(chunks, index.linear);
+  return chunks;
+}
+
 }  // namespace readkit

@@ -22,6 +22,8 @@ class IndexFile {
   /// As BAI::find_chunks of the index that the file holds. Raises as BAI::load for a file that has
   /// changed since it was opened.
   std::vector<Chunk> find_chunks(int ref, int beg, int end);
+  /// As BAI::find_trimmed_chunks.
+  std::vector<Chunk> find_trimmed_chunks(int ref, int beg, int end);
 
  private:
   IndexReader in_;

@@ -34,7 +34,7 @@ RegionSweep::RegionSweep(BAM& bam, std::span<const RefRegion> regions, std::size
 }
 
 std::vector<Chunk> RegionSweep::chunks_of(const RefRegion& region) {
-  if (bam_.has_index()) return bam_.find_chunks(region.ref, region.beg, region.end);
+  if (bam_.has_index()) return bam_.find_trimmed_chunks(region.ref, region.beg, region.end);
   return {{.beg = bam_.first_record(), .end = std::numeric_limits<std::uint64_t>::max()}};
 }
 
@@ -50,7 +50,7 @@ bool RegionSweep::load() {
   }
   std::ranges::sort(waiting_, std::ranges::greater(),
                     [](const Query& query) { return query.chunks.front().beg; });
-  at_ = last_key_ = 0;
+  at_ = steady_until_ = last_key_ = 0;
   is_positioned_ = false;
   return !waiting_.empty();
 }
@@ -73,7 +73,12 @@ bool RegionSweep::move_to_chunk() {
     std::uint64_t target = std::numeric_limits<std::uint64_t>::max();
     for (const Query& query : open_) target = std::min(target, std::max(at_, query.chunk->beg));
     if (!waiting_.empty()) target = std::min(target, waiting_.back().chunks.front().beg);
-    if (is_positioned_ && target == at_) return true;
+    if (is_positioned_ && target == at_) {
+      steady_until_ = waiting_.empty() ? std::numeric_limits<std::uint64_t>::max()
+                                       : waiting_.back().chunks.front().beg;
+      for (const Query& query : open_) steady_until_ = std::min(steady_until_, query.chunk->end);
+      return true;
+    }
     bam_.seek(target);
     at_ = target;
     is_positioned_ = true;
@@ -89,7 +94,8 @@ void RegionSweep::require_order() {
 // The open regions that the current record overlaps; those that end before it are done.
 bool RegionSweep::find_hits() {
   hits_.clear();
-  std::erase_if(open_, [this](const Query& query) { return is_past(bam_, regions_[query.place]); });
+  const auto is_done = [this](const Query& query) { return is_past(bam_, regions_[query.place]); };
+  if (std::erase_if(open_, is_done) > 0) steady_until_ = 0;
   const int end = bam_.cigar_endpos();
   for (const Query& query : open_) {
     const RefRegion& region = regions_[query.place];
@@ -102,13 +108,14 @@ bool RegionSweep::find_hits() {
 
 bool RegionSweep::next() {
   for (;;) {
-    if (!move_to_chunk()) {
+    if (at_ >= steady_until_ && !move_to_chunk()) {
       if (!load()) return false;
       continue;
     }
     if (!bam_.next_alignment()) {
       open_.clear();
       waiting_.clear();
+      steady_until_ = 0;
       continue;
     }
     at_ = bam_.tell();

@@ -62,6 +62,7 @@ class RegionSweep {
   std::vector<Query> open_;           // those whose chunks have been reached
   std::uint64_t at_ = 0;              // where the file stands
   bool is_positioned_ = false;        // it does
+  std::uint64_t steady_until_ = 0;    // the file may be read on until it stands there
   std::uint64_t last_key_ = 0;
   std::vector<std::uint32_t> hits_;
 };

@@ -25,7 +25,13 @@ auto deflate_for(Packing packing) {
   }
 }
 
+thread_local bool is_strict = false;
+
 }  // namespace
+
+StrictReading::StrictReading() : before_(std::exchange(is_strict, true)) {}
+StrictReading::~StrictReading() { is_strict = before_; }
+bool StrictReading::is_on() { return is_strict; }
 
 bool valid_bgzf_header(const std::uint8_t* header) {
   constexpr std::uint8_t kExtraFieldFlag = 0x04;
@@ -117,6 +123,12 @@ std::size_t BGZF::inflate_block(const std::uint8_t* block, std::size_t block_siz
   const auto size = inflate_raw({block + kBlockHeaderSize, block_size - kBlockHeaderSize},
                                 {data_.get(), kMaxBlockData}, stated_size);
   if (!size) throw ZLIBInflate(path_.text());
+  if (is_strict) {
+    const auto crc = load<std::uint32_t>(block + block_size - kBlockTrailerSize);
+    if (*size != stated_size || crc32_of({data_.get(), *size}) != crc) {
+      throw ZLIBInflate(path_.text());
+    }
+  }
   return *size;
 }
 

@@ -25,6 +25,22 @@ enum class Packing {
   kNone,   ///< Not at all: for such a file where it is smaller than others of the same work anyway.
 };
 
+/// While one of these lives, its thread gets what a file holds, or an error: a block must have the
+/// length and the checksum that it states (ZLIBInflate), and readers of records raise for those
+/// that they would otherwise leave out or take for others (see BAM::next_alignment). They nest.
+class StrictReading {
+ public:
+  StrictReading();
+  ~StrictReading();
+  StrictReading(const StrictReading&) = delete;
+  StrictReading& operator=(const StrictReading&) = delete;
+
+  static bool is_on();
+
+ private:
+  bool before_;
+};
+
 /// A stream that is closed, open for reading or open for writing. Owns its file; the destructor
 /// closes as `close` does and ignores the outcome, so a writer that must know calls `close`.
 /// Movable: exactly one object owns a file at any time.
@@ -50,8 +66,13 @@ class BGZF {
   std::size_t checked_read(void* to, std::size_t size, std::size_t count);
   /// Loads the next block. Returns 0, or 1 at the clean end of the file: where the file ends and
   /// an empty block has been read before. Raises InvalidBAMFormat for a short or invalid block
-  /// header, BAMRead for a block cut short, ZLIBInflate. CRC32 and ISIZE are not verified.
+  /// header, BAMRead for a block cut short, ZLIBInflate. CRC32 and ISIZE are verified by
+  /// StrictReading alone.
   int read_block();
+
+  /// How many uncompressed bytes have been taken since the last seek, and a number that stays the
+  /// same until the next one.
+  std::uint64_t bytes_taken() const { return uncompressed_position_ + block_offset_; }
 
   /// Buffers `size` * `count` bytes and compresses every full block; returns `size` * `count`.
   /// Raises BAMReadOnly, FileWrite, ZLIBDeflate.

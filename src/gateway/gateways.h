@@ -43,6 +43,7 @@ READKIT_GATEWAY(kxBamShuffleSeeded);
 READKIT_GATEWAY(kxCheck);
 READKIT_GATEWAY(kxFields);
 READKIT_GATEWAY(kxSamWriteRegions);
+READKIT_GATEWAY(kxVerified);
 
 #undef READKIT_GATEWAY
 

@@ -121,6 +121,56 @@ TEST_F(OneChunk, WhatLiesBehindTheLastRegionIsNotRead) {
   EXPECT_LE(bam.tell(), file_.record_offset(10));
 }
 
+// Records in four windows, one chunk for all of them, and a first block that cannot be inflated.
+class Windows : public testing::Test {
+ protected:
+  Windows() {
+    file_.refs(1, 100000).one_block_each();
+    for (int i = 0; i < 8; ++i) {
+      file_.record(RecordBuilder(std::to_string(i)).at(0, 8192 * i).cigar("50M"));
+    }
+    file_.write(folder_, "a.bam");
+    std::string bytes = folder_.read("a.bam");
+    // The first byte of the block's deflate stream.
+    bytes.at((file_.record_offset(0) >> 16) + 18) = 7;
+    folder_.write("a.bam", bytes);
+  }
+  // What a region of the last window finds through an index with these windows, by both readers.
+  Names found(const std::vector<std::uint64_t>& linear) {
+    const ModelIndex index = {
+        .refs = {{.bins = {{585, {{file_.record_offset(0), file_.record_offset(8)}}}},
+                  .linear = linear}}};
+    folder_.write("a.bai", encode_bai(index));
+    BAM opened(folder_.path("a.bam"));
+    BAM loaded(folder_.path("a.bam"));
+    EXPECT_TRUE(opened.open_index(folder_.path("a.bai")));
+    EXPECT_TRUE(loaded.load_index(folder_.path("a.bai")));
+    const Regions regions = {{.ref = 0, .beg = 57344, .end = 60000}};
+    const Names names = swept(opened, regions).at(0);
+    EXPECT_EQ(swept(loaded, regions).at(0), names);
+    return names;
+  }
+  std::uint64_t offset(std::size_t record) const { return file_.record_offset(record); }
+
+  BamBuilder file_;
+  TempDir folder_;
+};
+
+TEST_F(Windows, WhatLiesBeforeTheRegionsWindowIsNotRead) {
+  EXPECT_EQ(found({offset(0), offset(2), offset(4), offset(6)}), Names{"7"});
+  // The two windows before have no record of their own.
+  EXPECT_EQ(found({offset(0), offset(6), offset(6), offset(6)}), Names{"7"});
+}
+
+TEST_F(Windows, ChunksAreReadFromTheirBeginWhereWindowsDoNotTellTheRegions) {
+  EXPECT_THROW(found({offset(6), offset(6), offset(6), offset(6)}), ZLIBInflate) << "the first";
+  EXPECT_THROW(found({0, 0, offset(6), offset(6)}), ZLIBInflate) << "nothing before";
+  EXPECT_THROW(found({offset(0), offset(2), offset(7), offset(6)}), ZLIBInflate) << "descending";
+  EXPECT_THROW(found({offset(0), offset(2), offset(4), 0}), ZLIBInflate) << "no offset";
+  EXPECT_THROW(found({offset(0), offset(2), offset(4)}), ZLIBInflate) << "behind the windows";
+  EXPECT_THROW(found({}), ZLIBInflate) << "no windows";
+}
+
 TEST_F(OneChunk, ARecordOutOfOrderIsAnError) {
   file_.record(RecordBuilder("back").at(0, 5000));
   const ModelIndex index = {

@@ -251,6 +251,25 @@ TEST_F(Bgzf, CorruptChecksumAndLengthAreNotNoticed) {
   EXPECT_EQ(take(in, 100), "hello world");
 }
 
+TEST_F(Bgzf, CorruptChecksumAndLengthRaiseZLIBInflateWhenReadingIsStrict) {
+  const Path sound = file(BgzfFile().block("hello ").block("world").marker());
+  const Path wrong_crc =
+      folder_.write("crc", BgzfFile().block("hello ").block(BgzfBlock("world").set_crc(0)).bytes());
+  const Path wrong_size =
+      folder_.write("size", BgzfFile().block(BgzfBlock("hello ").set_isize(5)).bytes());
+  {
+    const StrictReading strict;
+    { const StrictReading again; }
+    BGZF in(sound);
+    EXPECT_EQ(take(in, 100), "hello world");
+    BGZF damaged(wrong_crc);
+    EXPECT_EQ(take(damaged, 6), "hello ");
+    EXPECT_KIND(damaged.read_block(), ZLIBInflate, wrong_crc.text());
+    EXPECT_KIND(BGZF(wrong_size).read_block(), ZLIBInflate, wrong_size.text());
+  }
+  EXPECT_EQ(BGZF(wrong_size).read_block(), 0);
+}
+
 TEST_F(Bgzf, TrailerBytesBelongToTheInflateInput) {
   // The stream reaches to the block's last byte, where CRC32 and ISIZE would stand.
   const std::string stream = raw_deflate("some data that takes a while");

@@ -115,13 +115,18 @@ def _round(client: Any, what: str, tasks: dict[int, _Task],
     is_done = False
     try:
         # Not `with_results`: it waits forever for one that cannot be unpickled.
-        for batch in distributed().as_completed(futures, loop=client.loop).batches():
+        completed = distributed().as_completed(futures, loop=client.loop)
+        for batch in completed.batches():
             whole = [future for future in batch if future.status == "finished"]
             results = dict(zip(whole, client.gather(whole)))
             for future in batch:
                 number = numbers[future.key]
                 if future in results:
                     take(number, results.pop(future))
+                elif future.status not in ("error", "cancelled"):
+                    # Its result has died with its worker, and is being made again.
+                    completed.add(future)
+                    continue
                 elif _killed(future) and len(tasks) > 1:
                     suspects.append(number)
                 else:
@@ -141,7 +146,7 @@ def _killed(future: Any) -> bool:
 
 def _lost(client: Any, task: _Task, future: Any) -> BaseException:
     """What became of a task that has no result, not even the failure that `_do` makes of errors."""
-    if future.status != "error":
+    if future.status == "cancelled":
         # The cluster is gone, or somebody cancelled it: raises CancelledError.
         future.result()
     error: BaseException = future.exception()

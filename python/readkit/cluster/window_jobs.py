@@ -8,11 +8,12 @@ from typing import Any, Sequence
 
 import numpy as np
 
-from readkit import errors, files
+from readkit import bai, blocks, errors, files
 from readkit.bam_file import BamFile, Counts, Starts
-from readkit.cluster import sections, windows
+from readkit.blocks import Span
+from readkit.cluster import windows
 from readkit.cluster.jobs import bam_file
-from readkit.cluster.windows import Span, State
+from readkit.cluster.windows import State
 from readkit.errors import error_of
 from readkit.regions import Reference, Region
 from readkit.tables import Table
@@ -87,10 +88,10 @@ def _require(path: str, state: State) -> None:
                        f"The file {path!r} has changed.")
 
 
-def _index_of(path: str, references: int) -> sections.Sections | None:
+def _index_of(path: str, references: int) -> bai.Sections | None:
     beside = path + ".bai"
-    fresh = sections.is_fresh(beside, path)
-    return sections.read_sections(beside, references) if fresh else None
+    fresh = bai.is_fresh(beside, path)
+    return bai.read_sections(beside, references) if fresh else None
 
 
 def plan_reference(path: str, *, state: State, references: int, reference: int, window: int,
@@ -98,9 +99,9 @@ def plan_reference(path: str, *, state: State, references: int, reference: int, 
     """None when there is no index to rely on, or nothing to read."""
     _require(path, state)
     index = _index_of(path, references)
-    if index is None or not index.sections[reference].records:
+    if index is None or not index.references[reference].records:
         return None
-    section = index.sections[reference]
+    section = index.references[reference]
     whole = Span(section.begin, section.end)
     return Plan(windows.cut(whole, windows.places_in([section]), window), section.records)
 
@@ -113,11 +114,11 @@ def plan_file(path: str, *, state: State, references: int, window: int,
     if index is None:
         return None
     try:
-        first = windows.first_record(path)
+        first = blocks.first_record(path)
     except ValueError:
         return None
-    spans = windows.cut(Span(first, state.size << 16), windows.places_in(index.sections), window)
-    placed = sum(section.records for section in index.sections)
+    spans = windows.cut(Span(first, state.size << 16), windows.places_in(index.references), window)
+    placed = sum(section.records for section in index.references)
     return Plan(spans, None if index.unplaced is None else placed + index.unplaced, first)
 
 
