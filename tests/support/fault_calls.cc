@@ -67,6 +67,7 @@ std::vector<FaultCall> FaultFolder::calls() const {
   add("kxSamWriteRegions", 0,
       inputs(file("a.bam"), file("a.bai"), file("out.sam"), numbers(0), numbers(1), numbers(1000),
              host::make_scalar(true)));
+  add("kxVerified", 2, inputs(text("bamInfo"), file("a.bam")));
   add("kxCheck, q.fastq", 1, inputs(file("q.fastq"))).reads_text = true;
   ScanOptions scan;
   for (const auto& [type, source] : {std::pair(1, "q.fastq"), {2, "q.sam"}, {3, "q.bam"}}) {
