@@ -11,7 +11,7 @@ help:
 	@echo 'make build   build the library and the program into build/demo, without the tests'
 	@echo 'make docs    install what is missing, build, and make a site of the documents in build/site'
 	@echo 'make packages   install what is missing, and make Debian packages in build/packages/deb'
-	@echo 'make test-packages   install those into an empty Debian and use them (root, minutes, a mirror)'
+	@echo 'make test-packages   install those into an empty Debian and use them, and a wheel (root, minutes, a mirror)'
 	@echo 'make bench   install other tools, build, and measure readkit against them (ARGS: options)'
 	@echo 'make bench-check   count the instructions of hot paths and compare them with those of before'
 	@echo 'make fuzz    install what is missing, build, and fuzz every target (ARGS: seconds, names)'
@@ -44,6 +44,7 @@ packages:
 test-packages: packages
 	@scripts/install-dependencies test-packages
 	@scripts/test-packages
+	@scripts/test-wheel
 
 bench:
 	@scripts/install-dependencies bench
