@@ -347,7 +347,7 @@ def test_wrong_arguments_are_type_errors(call, kind):
 
 
 def test_functions_are_found_by_name():
-    assert len(readkit.gateway.names()) == 23
+    assert len(readkit.gateway.names()) == 24
     assert readkit.gateway.bamInfo.__name__ == "bamInfo" and "bamInfo(" in \
         readkit.gateway.bamInfo.__doc__
     with pytest.raises(AttributeError):

@@ -106,11 +106,15 @@ TEST_F(WriteRegions, WrongListsAreErrorsBeforeThereIsAnOutput) {
   EXPECT_CALL_FAILS(call(list({-1}, {1}, {2})), "seqlab:readkit:ReferenceIDNotFound", u"-1");
   EXPECT_CALL_FAILS(call(list({0, 1}, {1}, {2})), "seqlab:readkit:BadIndex");
   EXPECT_CALL_FAILS(call(list({0}, {1}, {2, 3})), "seqlab:readkit:BadIndex");
-  for (const std::size_t i : {3U, 4U, 5U, 6U}) {
+  const char16_t* const names[] = {u"references", u"firsts", u"lasts"};
+  for (std::size_t i = 0; i < 3; ++i) {
     Inputs wrong = list({0}, {1}, {2});
-    wrong[i] = text("1");
-    EXPECT_CALL_FAILS(call(wrong), "seqlab:readkit:InvalidInputType");
+    wrong[3 + i] = text("1");
+    EXPECT_CALL_FAILS(call(wrong), "seqlab:readkit:InvalidInputType", names[i], u"int64");
   }
+  Inputs wrong = list({0}, {1}, {2});
+  wrong[6] = text("1");
+  EXPECT_CALL_FAILS(call(wrong), "seqlab:readkit:InvalidInputType", u"withTags", u"double");
   EXPECT_FALSE(folder_.exists("a.sam"));
 }
 
@@ -119,7 +123,7 @@ TEST_F(WriteRegions, TheOutputIsNoneOfTheInputs) {
     const std::string before = folder_.read(name);
     Inputs wrong = list({0}, {1}, {2});
     wrong[2] = text(folder_, name);
-    EXPECT_CALL_FAILS(call(wrong), "seqlab:readkit:CannotOpenOutFile");
+    EXPECT_CALL_FAILS(call(wrong), "seqlab:readkit:CannotOpenOutFile", folder_.text(name));
     EXPECT_EQ(folder_.read(name), before);
   }
 }
