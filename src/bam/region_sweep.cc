@@ -55,6 +55,17 @@ bool RegionSweep::load() {
   return !waiting_.empty();
 }
 
+// Opens the queries whose first chunk has been reached; false when there is none.
+bool RegionSweep::open_those_reached() {
+  const std::size_t before = open_.size();
+  while (!waiting_.empty() && waiting_.back().chunks.front().beg <= at_) {
+    open_.push_back(std::move(waiting_.back()));
+    open_.back().chunk = open_.back().chunks.cbegin();
+    waiting_.pop_back();
+  }
+  return open_.size() > before;
+}
+
 // Positions the file in a chunk of an open query; false when none is left.
 bool RegionSweep::move_to_chunk() {
   for (;;) {
@@ -63,12 +74,7 @@ bool RegionSweep::move_to_chunk() {
       query.chunk = std::find_if(query.chunk, query.chunks.cend(), is_behind);
     }
     std::erase_if(open_, [](const Query& query) { return query.chunk == query.chunks.cend(); });
-    if (!waiting_.empty() && waiting_.back().chunks.front().beg <= at_) {
-      open_.push_back(std::move(waiting_.back()));
-      open_.back().chunk = open_.back().chunks.cbegin();
-      waiting_.pop_back();
-      continue;
-    }
+    if (open_those_reached()) continue;
     if (open_.empty() && waiting_.empty()) return false;
     std::uint64_t target = std::numeric_limits<std::uint64_t>::max();
     for (const Query& query : open_) target = std::min(target, std::max(at_, query.chunk->beg));

@@ -48,6 +48,7 @@ class RegionSweep {
   };
 
   bool load();
+  bool open_those_reached();
   bool move_to_chunk();
   bool find_hits();
   std::vector<Chunk> chunks_of(const RefRegion& region);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -55,6 +56,21 @@ Path output_argument(const txArray* a, const Path& bam, const Path& index) {
   return path;
 }
 
+// The same positions in regions of which none overlaps or touches another.
+std::vector<RefRegion> joined(std::vector<RefRegion> regions) {
+  std::ranges::sort(regions, {},
+                    [](const RefRegion& region) { return std::tie(region.ref, region.beg); });
+  std::vector<RefRegion> result;
+  for (const RefRegion& region : regions) {
+    if (!result.empty() && result.back().ref == region.ref && region.beg <= result.back().end) {
+      result.back().end = std::max(result.back().end, region.end);
+    } else {
+      result.push_back(region);
+    }
+  }
+  return result;
+}
+
 bool flag_argument(const txArray* a, const char* option) { return scalar_argument(a, option) != 0; }
 
 }  // namespace
@@ -89,7 +105,7 @@ void kxSamWriteRegions(int nlhs, txArray* /*plhs*/[], int nrhs, const txArray* p
   const Path bam_path = path_argument(prhs[0]);
   const Path index_path = index_path_argument(prhs[1]);
   BAM bam(bam_path);
-  const std::vector<RefRegion> regions = regions_argument(bam, prhs[3], prhs[4], prhs[5]);
+  const std::vector<RefRegion> regions = joined(regions_argument(bam, prhs[3], prhs[4], prhs[5]));
   const bool with_tags = flag_argument(prhs[6], "withTags");
   open_index_for(regions.size(), bam, index_path);
   LineFile out(output_argument(prhs[2], bam_path, index_path));

@@ -94,11 +94,21 @@ TEST_F(WriteRegions, NoRegionsMakeAnEmptyFile) {
   EXPECT_TRUE(folder_.exists("a.sam"));
 }
 
-// More regions than are read in one part.
-TEST_F(WriteRegions, ARecordOfRegionsThatAreReadInPartsComesOnce) {
+// More regions than are read in one part, and as many that say the same.
+TEST_F(WriteRegions, ARecordOfManyRegionsComesOnce) {
   constexpr std::size_t kMany = 600000;
-  EXPECT_EQ(names(Numbers(kMany, 1), Numbers(kMany, 1), Numbers(kMany, kAnywhere)),
-            Names({"first", "second", "third"}));
+  BamBuilder()
+      .refs(1, 3 * kMany)
+      .record(RecordBuilder("long").at(0, 9).cigar("1M1700000N1M"))
+      .record(RecordBuilder("between").at(0, 10).cigar("1M"))
+      .record(RecordBuilder("late").at(0, 1700000).cigar("3M"))
+      .write(folder_, "a.bam");
+  call_gateway("kxBamIndexComplete", 0, inputs(text(folder_, "a.bam"), text(folder_, "a.bai")));
+  Numbers every_third(kMany);
+  for (std::size_t i = 0; i < kMany; ++i) every_third[i] = static_cast<double>(3 * i + 1);
+  EXPECT_EQ(names(Numbers(kMany), every_third, every_third), Names({"long", "late"}));
+  EXPECT_EQ(names(Numbers(kMany), Numbers(kMany, 1), Numbers(kMany, 3 * kMany)),
+            Names({"long", "between", "late"}));
 }
 
 TEST_F(WriteRegions, WrongListsAreErrorsBeforeThereIsAnOutput) {
