@@ -15,9 +15,9 @@
 #include "python/text_column.h"
 
 namespace py = pybind11;
-using readkit::host::Library;
 
 PYBIND11_MODULE(_readkit, module) {
+  using readkit::host::Library;
   module.doc() = "Host arrays and calls of gateway functions; see the package readkit.";
   readkit::python::translate_errors();
   readkit::python::add_text_column(module);
