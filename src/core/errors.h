@@ -91,12 +91,12 @@ READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", InvalidRegion, region);
 READKIT_ERROR_KIND("seqlab:readkit", InvalidHeaderSubset);
 /// A placed record begins or ends at 2^29 or beyond. Raised by `BAI::add`.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", PositionTooBig, read_name);
-/// Records are out of coordinate order. Raised by `BAI::add` and `kxFields`.
+/// Records are out of coordinate order. Raised by `BAI::add`, `kxFields` and `kxSamWriteRegions`.
 READKIT_ERROR_KIND("seqlab:readkit", BAMUnsorted);
 /// Wrong magic or a negative count. Raised by `BAI::load` and `IndexFile`.
 READKIT_ERROR_KIND_WITH_TEXT("seqlab:readkit", InvalidBAIFormat, file);
 /// A record ordinal that is out of range or does not ascend, or lists of regions that differ in
-/// length. Raised by the conversions, `getFeatures` and `kxFields`.
+/// length. Raised by the conversions, `getFeatures`, `kxFields` and `kxSamWriteRegions`.
 READKIT_ERROR_KIND("seqlab:readkit", BadIndex);
 /// An optional field of an unknown type; `letter_code` is the letter as a signed 8-bit number in
 /// decimal. Raised by `tag_elem_size` and `tag_snprintf`.
