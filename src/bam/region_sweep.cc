@@ -10,12 +10,6 @@
 namespace readkit {
 namespace {
 
-// Orders as Alignment does.
-std::uint64_t order_key(int ref, int pos) {
-  const std::uint32_t place = static_cast<std::uint32_t>(pos) ^ 0x80000000U;
-  return std::uint64_t{static_cast<std::uint32_t>(ref)} << 32 | place;
-}
-
 // Whether no record from this one on overlaps the region.
 bool is_past(const Alignment& record, const RefRegion& region) {
   const auto ref = static_cast<std::uint32_t>(record.ref_id());
@@ -92,7 +86,7 @@ bool RegionSweep::move_to_chunk() {
 }
 
 void RegionSweep::require_order() {
-  const std::uint64_t key = order_key(bam_.ref_id(), bam_.pos());
+  const std::uint64_t key = bam_.order_key();
   if (key < last_key_) throw BAMUnsorted();
   last_key_ = key;
 }

@@ -20,14 +20,6 @@ constexpr std::uint64_t kLeastBytes = std::uint64_t{256} << 20;
 constexpr int kDigitBits = 11;
 constexpr std::size_t kDigits = std::size_t{1} << kDigitBits;
 
-// Orders as Alignment does: as unsigned numbers, negative reference indexes come after the others
-// and ascend among themselves; positions compare as signed ones.
-std::uint64_t sort_key(const Alignment& record) {
-  const auto ref = static_cast<std::uint32_t>(record.ref_id());
-  const std::uint32_t pos = static_cast<std::uint32_t>(record.pos()) ^ 0x80000000U;
-  return std::uint64_t{ref} << 32 | pos;
-}
-
 // Records come in an order that memory does not know: ask for one while others are written.
 constexpr std::size_t kPrefetchDistance = 8;
 constexpr std::size_t kPrefetchBytes = 384;
@@ -90,7 +82,7 @@ bool RunBuffer::add(const Alignment& record) {
   std::uint8_t* const stored = room_for(size);
   store(stored, block_size);
   std::memcpy(stored + sizeof block_size, record.data(), size - sizeof block_size);
-  handles_.push_back({sort_key(record), stored});
+  handles_.push_back({record.order_key(), stored});
   return true;
 }
 

@@ -62,8 +62,7 @@ class RunBuffer {
   bool write(BAM& out) const;
 
  private:
-  // A sort key that orders as Alignment does, and where the record lies: its length word, then its
-  // block.
+  // The key of the record's order, and where it lies: its length word, then its block.
   struct Handle {
     std::uint64_t key;
     const std::uint8_t* record;

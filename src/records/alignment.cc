@@ -192,16 +192,4 @@ void Alignment::update_ref_ids(const std::unordered_map<int, int>& map) {
   set_next_ref_id(mate == map.end() ? -1 : mate->second);
 }
 
-bool Alignment::operator<(const Alignment& other) const {
-  const int a = ref_id();
-  const int b = other.ref_id();
-  if (a == b) return pos() < other.pos();
-  if (a < 0) return b < 0 && a < b;
-  return b < 0 || a < b;
-}
-
-bool Alignment::operator<=(const Alignment& other) const {
-  return (ref_id() == other.ref_id() && pos() == other.pos()) || *this < other;
-}
-
 }  // namespace readkit

@@ -134,8 +134,14 @@ class Alignment {
 
   /// Coordinate order: reference index, records without a reference last, then position; nothing
   /// else, so that different records may be neither less nor greater.
-  bool operator<(const Alignment& other) const;
-  bool operator<=(const Alignment& other) const;
+  bool operator<(const Alignment& other) const { return order_key() < other.order_key(); }
+  bool operator<=(const Alignment& other) const { return order_key() <= other.order_key(); }
+  /// A number that orders as the record does. As unsigned numbers, negative reference indexes come
+  /// behind the others and ascend among themselves; positions compare as signed ones.
+  std::uint64_t order_key() const {
+    const std::uint32_t place = static_cast<std::uint32_t>(pos()) ^ 0x80000000U;
+    return std::uint64_t{static_cast<std::uint32_t>(ref_id())} << 32 | place;
+  }
 
   /// The SAM line without a newline, with (or without) the optional fields, ended by a NUL, in an
   /// array of its own; `*length` counts the NUL. Raises ReferenceIDNotFound, InvalidTagType, and

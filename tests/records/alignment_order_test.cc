@@ -36,6 +36,7 @@ TEST(AlignmentOrder, IsByReferenceThenPositionWithUnplacedRecordsLast) {
     const bool equal = row.a_ref == row.b_ref && row.a_pos == row.b_pos;
     EXPECT_EQ(a <= b, row.a_first || equal);
     EXPECT_EQ(b <= a, row.b_first || equal);
+    EXPECT_EQ(a.order_key() == b.order_key(), equal);
   }
 }
 
