@@ -25,13 +25,13 @@ Output: {"outputs": [...]} in the spelled-out form, or, with exit status 1,
 Wrong usage has exit status 2.
 )";
 
-struct Options {
+struct CallCommandOptions {
   CallOptions call;
   std::optional<std::string> function;
   std::optional<std::int64_t> nlhs;
 };
 
-int run(Options& options) {
+int run_call_command(CallCommandOptions& options) {
   CallOptions& call = options.call;
   if (options.function) call.function = *options.function;
   if (options.nlhs) call.nlhs = static_cast<int>(*options.nlhs);
@@ -46,7 +46,7 @@ int run(Options& options) {
 }  // namespace
 
 Command call_command() {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<CallCommandOptions>();
   Command command("call", "Call a library function by its name");
   command.add("", text_value("NAME"), options->function, "The function");
   command.add_number("--nlhs", "N", 0, host::kMaxOutputs, options->nlhs,
@@ -68,7 +68,7 @@ Command call_command() {
       R"(    --args '["reads.bam", "reads.bam.bai", 0]')",
       "");
   command.example("readkit call getFeatures --nlhs 2 --args-file arguments.json", "");
-  return command.run([options](Job& /*job*/) { return run(*options); });
+  return command.run([options](Job& /*job*/) { return run_call_command(*options); });
 }
 
 }  // namespace readkit::cli

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Options {
+struct CheckOptions {
   std::string input;
   std::optional<std::string> index;
 };
@@ -42,7 +42,8 @@ void print(Job& job, const Input& input, const CheckResult& result) {
   }
 }
 
-void print_json(Job& job, const Input& input, const Options& options, const CheckResult& result) {
+void print_json(Job& job, const Input& input, const CheckOptions& options,
+                const CheckResult& result) {
   JsonWriter& json = job.begin_document();
   json.member("file", input.name());
   if (options.index) json.member("index", *options.index);
@@ -66,7 +67,7 @@ void print_json(Job& job, const Input& input, const Options& options, const Chec
   job.end_document();
 }
 
-std::vector<host::Owned> check(Job& job, const Input& input, const Options& options) {
+std::vector<host::Owned> check(Job& job, const Input& input, const CheckOptions& options) {
   if (!options.index) return job.call("kxCheck", 1, input.path());
   if (options.index->ends_with(".bai")) {
     return job.call("kxCheck", 1, input.path(), *options.index);
@@ -79,7 +80,7 @@ std::vector<host::Owned> check(Job& job, const Input& input, const Options& opti
   return job.call("kxCheck", 1, input.path(), link);
 }
 
-int run(const Options& options, Job& job) {
+int run_check(const CheckOptions& options, Job& job) {
   const Input input(job, options.input, {});
   job.set_main_input(input);
   if (options.index && input.kind() != Kind::kBam) {
@@ -103,7 +104,7 @@ int run(const Options& options, Job& job) {
 }  // namespace
 
 Command check_command() {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<CheckOptions>();
   Command command("check", "Find what is wrong with a BAM, SAM, BAI or FASTQ file");
   command.describe(
       "Reads the whole file, goes on behind what is damaged, and lists what is wrong: checksums, "
@@ -116,7 +117,7 @@ Command check_command() {
   command.add_common();
   command.example("readkit check reads.bam", "Check a file after it was copied.");
   command.example("readkit check reads.bam reads.bam.bai", "Check its index, too.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_check(*options, job); });
 }
 
 }  // namespace readkit::cli

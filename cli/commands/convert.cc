@@ -22,7 +22,7 @@
 namespace readkit::cli {
 namespace {
 
-struct Options {
+struct ConvertOptions {
   std::string input;
   std::string output;
   std::optional<std::string> format;
@@ -44,7 +44,7 @@ constexpr std::array<Ending, 6> kEndings = {{{".bam", "bam"},
                                              {".fasta", "fasta"},
                                              {".fa", "fasta"}}};
 
-std::string format_of(const Options& options) {
+std::string format_of(const ConvertOptions& options) {
   if (options.format) return *options.format;
   for (const Ending& ending : kEndings) {
     if (options.output.ends_with(ending.ending)) return ending.format;
@@ -58,7 +58,7 @@ std::string format_of(const Options& options) {
                    " cannot be told from its name: use --to bam, sam, fastq or fasta");
 }
 
-host::Owned wanted_references(const Options& options, const AlignmentHeader& header,
+host::Owned wanted_references(const ConvertOptions& options, const AlignmentHeader& header,
                               const Input& input) {
   const std::vector<std::string> names = parse_name_list(*options.references);
   for (const std::string& name : names) find_reference(name, header.references, input.name());
@@ -78,7 +78,7 @@ void warn_of_what_is_lost(Job& job, const Input& input, const std::string& forma
 }
 
 // Converts into a file or stream, as the library writes it.
-void convert(Job& job, const Input& input, const Options& options, const std::string& format,
+void convert(Job& job, const Input& input, const ConvertOptions& options, const std::string& format,
              const std::vector<std::uint32_t>& records, const std::string& path) {
   const char* const from = input.kind() == Kind::kBam ? "bam" : "sam";
   host::Owned numbers = host::make_column(records);
@@ -99,7 +99,7 @@ void convert(Job& job, const Input& input, const Options& options, const std::st
 }
 
 // The library writes SAM without a header, and tells nobody how many records it found.
-std::uint64_t convert_text(Job& job, const Input& input, const Options& options,
+std::uint64_t convert_text(Job& job, const Input& input, const ConvertOptions& options,
                            const std::string& format, const std::vector<std::uint32_t>& records,
                            Output& out) {
   if (format == "sam" && options.with_header) {
@@ -119,7 +119,7 @@ std::uint64_t convert_text(Job& job, const Input& input, const Options& options,
   return lines / (format == "fastq" ? 4 : 2);
 }
 
-int run(const Options& options, Job& job) {
+int run_convert(const ConvertOptions& options, Job& job) {
   const std::string format = format_of(options);
   const bool to_bam = format == "bam";
   if (options.references && !to_bam) throw UsageError("--refs is for BAM output only");
@@ -161,7 +161,7 @@ int run(const Options& options, Job& job) {
 }  // namespace
 
 Command convert_command() {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ConvertOptions>();
   Command command("convert", "Convert a BAM or SAM file to BAM, SAM, FASTQ or FASTA");
   command.describe(
       "The name of the output tells its format, or --to does. FASTQ and FASTA have the bases as "
@@ -184,7 +184,7 @@ Command convert_command() {
   command.example("readkit convert reads.bam reads.sam", "The same records as text.");
   command.example("readkit convert --to fastq --records 1-1000 reads.bam - | gzip >some.fastq.gz",
                   "The reads of the first records, compressed.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_convert(*options, job); });
 }
 
 }  // namespace readkit::cli

@@ -13,7 +13,7 @@
 namespace readkit::cli {
 namespace {
 
-struct Options {
+struct CountOptions {
   std::string input;
   std::string multi_mapped = "keep";
   bool both_ends = false;
@@ -30,7 +30,7 @@ int mode_of(const std::string& name) {
   return name == "drop-secondary" ? 2 : 0;
 }
 
-int run(const Options& options, Job& job) {
+int run_count(const CountOptions& options, Job& job) {
   const Input input(job, options.input, {Kind::kBam});
   job.set_main_input(input);
   const std::vector<host::Owned> outputs =
@@ -80,7 +80,7 @@ int run(const Options& options, Job& job) {
 }  // namespace
 
 Command count_command() {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<CountOptions>();
   Command command("count", "Count the records that pass filters, and those that do not");
   command.describe(
       "Reads the whole file. Each record that is dropped counts once, for the first reason that "
@@ -101,7 +101,7 @@ Command count_command() {
   command.example("readkit count reads.bam", "Count all mapped records.");
   command.example("readkit count --min-MQ 20 --proper-pairs reads.bam",
                   "Count those of good pairs that are surely placed.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_count(*options, job); });
 }
 
 }  // namespace readkit::cli

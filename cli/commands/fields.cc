@@ -28,7 +28,7 @@ namespace {
 // So many records are asked for at a time, so that memory does not grow with their number.
 constexpr std::size_t kBatch = std::size_t{1} << 16;
 
-struct Options {
+struct FieldsOptions {
   std::string input;
   std::string reference;
   std::string fields = "Header,Flag,Position,EndPosition,MappingQuality,Signature";
@@ -39,7 +39,7 @@ struct Options {
   bool force = false;
 };
 
-std::vector<std::string> wanted_fields(const Options& options) {
+std::vector<std::string> wanted_fields(const FieldsOptions& options) {
   const std::vector<std::string>& known = record_fields();
   std::vector<std::string> fields = parse_name_list(options.fields);
   for (const std::string& field : fields) {
@@ -49,8 +49,8 @@ std::vector<std::string> wanted_fields(const Options& options) {
   return fields;
 }
 
-std::vector<std::uint32_t> wanted_records(const Options& options, const ReferenceRecords& records,
-                                          const Input& input) {
+std::vector<std::uint32_t> wanted_records(const FieldsOptions& options,
+                                          const ReferenceRecords& records, const Input& input) {
   const auto count = static_cast<std::uint32_t>(records.count());
   if (!options.records) {
     std::vector<std::uint32_t> all(count);
@@ -103,7 +103,7 @@ class TabSeparated : public Format {
 
 class JsonRecords : public Format {
  public:
-  JsonRecords(Job& job, Output& out, const Input& input, const Options& options,
+  JsonRecords(Job& job, Output& out, const Input& input, const FieldsOptions& options,
               std::vector<std::string> fields)
       : job_(job), json_(job.begin_document(out)), fields_(std::move(fields)) {
     json_.member("file", input.name());
@@ -175,7 +175,7 @@ void write_npz(const ReferenceRecords& records, const std::vector<std::string>& 
   npz.finish();
 }
 
-int run(const Options& options, Job& job) {
+int run_fields(const FieldsOptions& options, Job& job) {
   const std::vector<std::string> fields = wanted_fields(options);
   const Input input(job, options.input, {Kind::kBam});
   job.set_main_input(input);
@@ -204,7 +204,7 @@ int run(const Options& options, Job& job) {
 }  // namespace
 
 Command fields_command() {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FieldsOptions>();
   Command command("fields", "Print chosen fields of the records of a reference, in columns");
   command.describe(
       "The fields are Flag, Position, MappingQuality, MatePosition, QueryLength, EndPosition, "
@@ -233,7 +233,7 @@ Command fields_command() {
                   "Two fields of the first ten.");
   command.example("readkit fields --npz chr1.npz --field Position,Flag reads.bam chr1",
                   "For numpy.load.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_fields(*options, job); });
 }
 
 }  // namespace readkit::cli

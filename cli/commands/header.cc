@@ -11,7 +11,7 @@
 namespace readkit::cli {
 namespace {
 
-int run(const std::string& file, Job& job) {
+int run_header(const std::string& file, Job& job) {
   const Input input(job, file, {Kind::kBam, Kind::kSam});
   const AlignmentHeader header = read_header(job, input);
   if (!job.json()) {
@@ -35,7 +35,7 @@ Command header_command() {
   command.add_common();
   command.example("readkit header reads.bam", "Print the lines that begin with @.");
   command.example("readkit header reads.bam | grep ^@RG", "Its read groups.");
-  return command.run([file](Job& job) { return run(*file, job); });
+  return command.run([file](Job& job) { return run_header(*file, job); });
 }
 
 }  // namespace readkit::cli

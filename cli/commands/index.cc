@@ -13,14 +13,14 @@
 namespace readkit::cli {
 namespace {
 
-struct Options {
+struct IndexOptions {
   std::string input;
   std::optional<std::string> index;
   std::optional<std::string> output;
   bool exact = false;
 };
 
-std::string index_name(const Options& options, const Input& input) {
+std::string index_name(const IndexOptions& options, const Input& input) {
   if (options.index && options.output) {
     throw UsageError("the index is named twice: " + *options.index + " and " + *options.output);
   }
@@ -32,7 +32,7 @@ std::string index_name(const Options& options, const Input& input) {
   return input.path() + ".bai";
 }
 
-int run(const Options& options, Job& job) {
+int run_index(const IndexOptions& options, Job& job) {
   const Input input(job, options.input, {Kind::kBam});
   job.set_main_input(input);
   Target target(job, index_name(options, input), Target::Content::kBinary,
@@ -60,7 +60,7 @@ int run(const Options& options, Job& job) {
 }  // namespace
 
 Command index_command() {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<IndexOptions>();
   Command command("index", "Make a BAI index of a sorted BAM file");
   command.describe(
       "Writes FILE.bai, or the file that is named. An index that exists is replaced. Queries "
@@ -74,7 +74,7 @@ Command index_command() {
                    "queries through it can miss records");
   command.add_common();
   command.example("readkit index sorted.bam", "Write sorted.bam.bai.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_index(*options, job); });
 }
 
 }  // namespace readkit::cli

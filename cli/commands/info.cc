@@ -139,7 +139,7 @@ void print_json(Job& job, const Input& input, const AlignmentHeader& header, con
   job.end_document();
 }
 
-int run(const std::string& file, Job& job) {
+int run_info(const std::string& file, Job& job) {
   const Input input(job, file, {Kind::kBam, Kind::kSam});
   job.set_main_input(input);
   const AlignmentHeader header = read_header(job, input);
@@ -166,7 +166,7 @@ Command info_command() {
   command.add_common();
   command.example("readkit info reads.bam", "Print what is in the file.");
   command.example("readkit info --json reads.bam | jq .sorted", "Ask for one thing in a script.");
-  return command.run([file](Job& job) { return run(*file, job); });
+  return command.run([file](Job& job) { return run_info(*file, job); });
 }
 
 }  // namespace readkit::cli

@@ -15,7 +15,7 @@
 namespace readkit::cli {
 namespace {
 
-struct Options {
+struct ManualOptions {
   std::optional<std::string> command;
   std::optional<std::string> folder;
 };
@@ -34,7 +34,7 @@ void write_all(const std::string& folder, const std::vector<Command>& commands) 
   }
 }
 
-std::string page_of(const Options& options, const std::vector<Command>& commands) {
+std::string page_of(const ManualOptions& options, const std::vector<Command>& commands) {
   if (!options.command) return manual_page(commands);
   const auto found = std::find_if(
       commands.begin(), commands.end(),
@@ -43,7 +43,7 @@ std::string page_of(const Options& options, const std::vector<Command>& commands
   return manual_page(*found);
 }
 
-int run(const Options& options, Job& job) {
+int run_manual(const ManualOptions& options, Job& job) {
   const std::vector<Command> commands = all_commands();
   if (options.folder) {
     write_all(*options.folder, commands);
@@ -56,14 +56,14 @@ int run(const Options& options, Job& job) {
 }  // namespace
 
 Command manual_command() {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ManualOptions>();
   Command command("manual", "Print a manual page, of the program or of a command");
   command.add("", text_value("COMMAND"), options->command,
               "The command; without one, the program's page");
   command.add("--all", folder_value(), options->folder,
               "Write all pages into this folder instead, as readkit.1 and readkit-COMMAND.1");
   command.example("readkit manual sort | man -l -", "Read the page of a command.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_manual(*options, job); });
 }
 
 }  // namespace readkit::cli

@@ -243,7 +243,7 @@ void print(Output& out, const Json& sample) {
   }
 }
 
-int run(const QualityOptions& options, Job& job) {
+int run_quality(const QualityOptions& options, Job& job) {
   const ScanSettings settings = settings_of(options);
   const std::vector<std::string> names = sample_names(options.files);
   const std::string page = options.report ? page_template() : "";
@@ -330,7 +330,7 @@ Command quality_command() {
                   "Ask for one thing in a script.");
   command.example("readkit quality --fastqc-data qc *.fastq.gz && multiqc qc",
                   "Compare many files.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_quality(*options, job); });
 }
 
 }  // namespace readkit::cli

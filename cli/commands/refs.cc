@@ -11,7 +11,7 @@
 namespace readkit::cli {
 namespace {
 
-int run(const std::string& file, Job& job) {
+int run_refs(const std::string& file, Job& job) {
   const Input input(job, file, {Kind::kBam, Kind::kSam});
   const AlignmentHeader header = read_header(job, input);
   if (!job.json()) {
@@ -50,7 +50,7 @@ Command refs_command() {
   command.add("", file_value(), *file, "A BAM or SAM file; - is standard input");
   command.add_common();
   command.example("readkit refs reads.bam", "List all references.");
-  return command.run([file](Job& job) { return run(*file, job); });
+  return command.run([file](Job& job) { return run_refs(*file, job); });
 }
 
 }  // namespace readkit::cli

@@ -12,7 +12,7 @@
 namespace readkit::cli {
 namespace {
 
-int run(const RewriteOptions& options, Job& job) {
+int run_shuffle(const RewriteOptions& options, Job& job) {
   const Input input(job, options.input, {Kind::kBam});
   return rewrite(job, input, options, options.seed ? "kxBamShuffleSeeded" : "kxBamShuffle");
 }
@@ -31,7 +31,7 @@ Command shuffle_command() {
   add_rewrite_options(command, *options);
   command.example("readkit shuffle --seed 7 -o mixed.bam reads.bam",
                   "Mix a file, and mix it in the same way another time.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_shuffle(*options, job); });
 }
 
 }  // namespace readkit::cli

@@ -12,7 +12,7 @@
 namespace readkit::cli {
 namespace {
 
-int run(const RewriteOptions& options, Job& job) {
+int run_sort(const RewriteOptions& options, Job& job) {
   const Input input(job, options.input, {Kind::kBam, Kind::kSam});
   const bool is_bam = input.kind() == Kind::kBam;
   if (!is_bam) warn_of_sam_losses(job, input);
@@ -35,7 +35,7 @@ Command sort_command() {
   command.example("readkit sort -o sorted.bam reads.bam", "Sort a file.");
   command.example("readkit sort reads.bam | readkit view - | head",
                   "Look at the first records without keeping the sorted file.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_sort(*options, job); });
 }
 
 }  // namespace readkit::cli

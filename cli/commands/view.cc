@@ -29,7 +29,7 @@ namespace {
 constexpr std::int64_t kLastIndexed = 536870912;
 constexpr char kUnplaced[] = "*";
 
-struct Options {
+struct ViewOptions {
   std::string input;
   std::vector<std::string> regions;
   std::optional<std::string> bed;
@@ -50,7 +50,7 @@ using Take = std::function<void(std::string_view)>;
 struct View {
   Job& job;
   const Input& input;
-  const Options& options;
+  const ViewOptions& options;
   const AlignmentHeader& header;
   std::optional<RegionSet> set;  // of a BED file
 };
@@ -197,7 +197,7 @@ class ArrayWarning {
 };
 
 void write_text(const View& view, Output& out) {
-  const Options& options = view.options;
+  const ViewOptions& options = view.options;
   if (options.with_header || options.header_only) out.append(with_newline(view.header.text));
   ArrayWarning arrays;
   for_each_line(view, [&](std::string_view line) {
@@ -218,7 +218,7 @@ std::vector<std::string> region_names(const View& view) {
 }
 
 void write_json(const View& view, Output& out) {
-  const Options& options = view.options;
+  const ViewOptions& options = view.options;
   JsonWriter& json = view.job.begin_document(out);
   json.member("file", view.input.name());
   json.key("regions");
@@ -247,7 +247,7 @@ void write_count(const View& view, Output& out) {
   view.job.end_document();
 }
 
-void check_options(const Options& options) {
+void check_options(const ViewOptions& options) {
   if (options.contained && options.regions.empty()) throw UsageError("--contained needs a REGION");
   if (!options.bed) return;
   if (!options.regions.empty()) throw UsageError("--regions-file and REGION exclude each other");
@@ -256,7 +256,7 @@ void check_options(const Options& options) {
   }
 }
 
-int run(const Options& options, Job& job) {
+int run_view(const ViewOptions& options, Job& job) {
   check_options(options);
   const Input input(job, options.input, {Kind::kBam, Kind::kSam});
   job.set_main_input(input);
@@ -284,7 +284,7 @@ int run(const Options& options, Job& job) {
 }  // namespace
 
 Command view_command() {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ViewOptions>();
   Command command("view", "Print records of a BAM or SAM file as SAM text");
   command.describe(
       "Prints all records, or those that overlap the regions that are named, one region after the "
@@ -319,7 +319,7 @@ Command view_command() {
                   "How many records overlap any region of a BED file.");
   command.example("readkit view --json --no-tags reads.bam chr1:100-200 | jq '.records[].name'",
                   "The names of the reads of a region.");
-  return command.run([options](Job& job) { return run(*options, job); });
+  return command.run([options](Job& job) { return run_view(*options, job); });
 }
 
 }  // namespace readkit::cli
