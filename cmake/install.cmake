@@ -20,7 +20,10 @@ install(TARGETS readkit_exact readkit_fast readkit_host EXPORT readkit
 include(${PROJECT_SOURCE_DIR}/cmake/public_headers.cmake)
 set(headers ${PROJECT_BINARY_DIR}/include)
 list(TRANSFORM READKIT_PUBLIC_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE header_files)
+list(TRANSFORM READKIT_PUBLIC_HEADERS REPLACE "^src/" "" OUTPUT_VARIABLE header_copies)
+list(TRANSFORM header_copies PREPEND ${headers}/readkit/)
 add_custom_command(OUTPUT ${headers}/stamp
+  BYPRODUCTS ${header_copies}
   COMMAND ${CMAKE_COMMAND} -DFROM=${PROJECT_SOURCE_DIR} -DTO=${headers}
           -P ${PROJECT_SOURCE_DIR}/cmake/public_headers.cmake
   COMMAND ${CMAKE_COMMAND} -E touch ${headers}/stamp
