@@ -175,6 +175,14 @@ std::vector<FileCall> FileCalls::region_calls(const std::string& index_base) con
        positions},
       fields("kxFields", index_base + ".bai", {1, 1}, {1000, 13}, first_numbers),
       fields("kxFields_of_20", index_base + ".bai", positions_1_to_20, positions_1_to_20, rows<2>),
+      {"kxSamWriteRegions",
+       gateway("kxSamWriteRegions", 0,
+               [=, this] {
+                 return inputs(bam(), index(), output("out.sam"), host::make_column<double>({0, 0}),
+                               host::make_column<double>({1, 1}),
+                               host::make_column<double>({1000, 13}), host::make_scalar(true));
+               }),
+       lines_in("out.sam", 1)},
       {"samWrite",
        gateway("samWrite", 0,
                [=, this] {

@@ -24,6 +24,9 @@ inline constexpr char kIndexCutShort[] = "seqlab:readkit:BAIRead";
 /// All outcomes that a damaged file may lead to.
 const std::set<std::string>& documented_outcomes();
 
+/// Whether a call of this name, without an index, stops at the first record behind its regions.
+bool ends_behind_regions(std::string_view name);
+
 /// A sweep takes every one of the places at which it can damage a file, and under sanitizers, which
 /// are slow, every fifth.
 inline constexpr std::size_t kStride = kMemoryIsKept ? 5 : 1;

@@ -13,6 +13,7 @@ SOUND = {
     'getFeatures': 'ok 10,20',
     'kxFields': 'ok 2,1',
     'kxFields_of_20': 'ok 2',
+    'kxSamWriteRegions': 'ok 2',
     'samWrite': 'ok 2',
     'kxCheck_alone': NONE,
     'kxCheck': NONE,
@@ -49,7 +50,7 @@ METADATA_2 = chunk_bin(METADATA, (BEGIN_C, END), (1, 0))
 # What queries make of an index that ends too early, or finds nothing.
 CUT = dict(every=BAI_CUT, checks='IndexTruncated')
 NONE_OF_REGION = dict(getFeatures='ok 0,0', kxFields='ok 0,0', kxFields_of_20='ok 0',
-                      samWrite='ok 0')
+                      kxSamWriteRegions='ok 0', samWrite='ok 0')
 NO_RECORD = dict(getStartsInReference='ok 0', **NONE_OF_REGION)
 
 
@@ -145,7 +146,8 @@ def add_bins_and_chunks(kind):
           chr1(chunk_bin(BIN, (BEGIN_A, 0), *OF_CHR1)), 'IndexChunk', 'IndexChunk')
     first(kind, 'chunk_ends_early', 'the chunk ends before the second record',
           chr1(chunk_bin(BIN, (BEGIN_A, BEGIN_B))), 'IndexRecord', getStartsInReference='ok 1',
-          getFeatures='ok 10,0', kxFields='ok 1,1', kxFields_of_20='ok 1', samWrite='ok 1')
+          getFeatures='ok 10,0', kxFields='ok 1,1', kxFields_of_20='ok 1',
+          kxSamWriteRegions='ok 1', samWrite='ok 1')
     first(kind, 'chunk_of_the_other_reference', 'the chunk is that of the other reference',
           chr1(chunk_bin(BIN, (BEGIN_C, END))), 'IndexRecord', **NO_RECORD)
     first(kind, 'chunk_behind_the_file', 'the chunk lies behind the end of the file',

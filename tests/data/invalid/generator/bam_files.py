@@ -24,6 +24,7 @@ SOUND = {
     'getFeatures': 'ok 10,20',
     'kxFields': 'ok 2,1',
     'kxFields_of_20': 'ok 2',
+    'kxSamWriteRegions': 'ok 2',
     'samWrite': 'ok 2',
     'samWriteUnaligned': 'ok 1',
     'to_bam': 'ok 4',
@@ -43,13 +44,13 @@ GROUPS = {
     'all_records': ['to_bam', 'to_sam', 'to_fastq', 'to_fasta', 'bamSort', 'kxBamShuffleSeeded',
                     'scanQualities'],
     'indexes': ['bamIndex', 'kxBamIndexComplete'],
-    'fields': ['kxFields', 'kxFields_of_20'],
+    'sweeps': ['kxFields', 'kxFields_of_20', 'kxSamWriteRegions'],
     # Those that print optional fields of records on chr1.
-    'lines_of_chr1': ['samWrite', 'to_sam'],
+    'lines_of_chr1': ['kxSamWriteRegions', 'samWrite', 'to_sam'],
 }
 
 # What lies behind the record c, of the second reference, is not read for regions of the first one.
-NOT_READ = dict(kxFields=SOUND['kxFields'], kxFields_of_20=SOUND['kxFields_of_20'])
+NOT_READ = {call: SOUND[call] for call in GROUPS['sweeps']}
 
 HEAD = header()
 
@@ -76,7 +77,7 @@ def only(count):
                 getStartsInReference=f'ok {on_chr1}', samWrite=f'ok {on_chr1}',
                 getFeatures=['ok 0,0', 'ok 10,0', 'ok 10,20', 'ok 10,20'][count],
                 kxFields=f'ok {on_chr1},{min(count, 1)}', kxFields_of_20=f'ok {on_chr1}',
-                to_bam_of_chr1=f'ok {on_chr1}', samWriteUnaligned='ok 0', all_records=f'ok {count}')
+                kxSamWriteRegions=f'ok {on_chr1}', to_bam_of_chr1=f'ok {on_chr1}', samWriteUnaligned='ok 0', all_records=f'ok {count}')
 
 
 REST = A + B + C + D
@@ -135,7 +136,7 @@ def add_reference_counts(kind):
     kind.add('reference_count_0', 'n_ref is 0, and two references follow',
              file(header(n_ref=0) + REST),
              records=NOT_BAM, getNumReferences='ok 0', getHeader='ok 0', getReferenceID='ok -1',
-             getReferenceString=NO_REFERENCE, fields=NO_REFERENCE, samWrite=NO_REFERENCE,
+             getReferenceString=NO_REFERENCE, sweeps=NO_REFERENCE, samWrite=NO_REFERENCE,
              to_bam_of_chr1=NOT_BAM, kxCheck=lost_records)
     kind.add('reference_count_one_more', 'n_ref is one more', file(header(n_ref=3) + REST),
              records=NOT_BAM, getNumReferences='ok 3', getHeader='ok 3',
@@ -259,11 +260,12 @@ def add_places(kind):
     kind.add('position_negative', 'the position is -2', records(record(pos=-2), B, C, D),
              getFeatures='ok 20,0', kxCheck='Position')
     off_region = dict(getFeatures='ok 10,0', kxFields='ok 1,1', kxFields_of_20='ok 1',
-                      samWrite='ok 1', kxCheck='Position')
+                      kxSamWriteRegions='ok 1', samWrite='ok 1', kxCheck='Position')
     kind.add('position_behind_the_reference', 'the position is the length of the reference',
              with_b(pos=1000), **off_region)
     kind.add('end_behind_the_reference', 'the alignment ends behind the reference', with_b(pos=998),
-             **{**off_region, 'kxFields': 'ok 2,1', 'samWrite': 'ok 2'})
+             **{**off_region, 'kxFields': 'ok 2,1', 'kxSamWriteRegions': 'ok 2',
+                'samWrite': 'ok 2'})
     for name, pos in (('2_29', 1 << 29), ('2_31', 0x7FFFFFFF)):
         kind.add(f'position_{name}', f'the position is {pos}', with_b(pos=pos), indexes=TOO_BIG,
                  getStartsInReference='ok 1', **off_region)
@@ -316,11 +318,11 @@ def add_alignments(kind):
 def add_orders(kind):
     kind.add('order_on_a_reference', 'the second record lies before the first one',
              records(B, A, C, D),
-             bamInfo='ok unsorted 1,2,1', indexes=UNSORTED, fields=UNSORTED,
+             bamInfo='ok unsorted 1,2,1', indexes=UNSORTED, sweeps=UNSORTED,
              getFeatures='ok 20,10',
              kxCheck='SortOrder')
     # Behind a record that comes after a region nothing of the region is looked for.
-    behind = dict(kxFields='ok 0,0', kxFields_of_20='ok 0')
+    behind = dict(kxFields='ok 0,0', kxFields_of_20='ok 0', kxSamWriteRegions='ok 0')
     kind.add('order_none_first', 'a record without a reference comes first', records(D, A, B, C),
              bamInfo='ok unsorted 1,2,1', indexes=UNSORTED, **behind,
              to_bam_of_chr1=OUT_OF_RANGE,
