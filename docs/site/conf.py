@@ -4,6 +4,7 @@ READKIT_VERSION."""
 
 import os
 import pathlib
+import re
 import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -19,7 +20,9 @@ extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc", "sphinx.ext.napole
               "console_lexer"]
 default_role = "py:obj"  # of docstrings
 root_doc = "docs/index"
-include_patterns = ["*.md", "docs/**.md", "made/**.md", "tests/data/invalid/README.md"]
+# Beside the documents of docs/ and the root, those of other folders that the contents have.
+include_patterns = ["*.md", "docs/**.md", "made/**.md", *re.findall(
+    r"\]\(\.\./([^)]+/[^)]+\.md)\)", (HERE.parent / "index.md").read_text(encoding="utf-8"))]
 
 myst_heading_anchors = 6
 highlight_language = "none"

@@ -4,7 +4,8 @@
     check_links.py ROOT
 
 - A link within the repository leads to a file or folder, and its anchor to a heading there.
-- docs/index.md links to every document of docs/ and of the root: it is the contents of their site.
+- docs/index.md links to every document of docs/ and of the root, and to every other one that these
+  link to: it is the contents of their site.
 - Files that documents name, with their folder, exist.
 - Names of code in docs/architecture.md stand in the sources, and where it says "`name` (`file`)" or
   "**`file`** `name`", in that file.
@@ -86,6 +87,15 @@ def check_contents(root):
     for path in [*sorted(root.glob("*.md")), *documents(root / "docs")]:
         if path != index and str(path) not in listed:
             yield f"docs/index.md: {path.relative_to(root)} is not in the contents"
+    for path in [index, *(pathlib.Path(name) for name in sorted(listed) if name.endswith(".md"))]:
+        for link in links(path):
+            target = os.path.normpath(path.parent / link.partition("#")[0])
+            if os.path.isdir(target):
+                target = os.path.join(target, "README.md")
+            if target.endswith(".md") and target not in {*listed, str(index)} and (
+                    os.path.exists(target)):
+                yield (f"docs/index.md: {os.path.relpath(target, root)}, to which "
+                       f"{path.relative_to(root)} links, is not in the contents")
 
 
 def check_files(root):
