@@ -349,8 +349,7 @@ std::string describe(const Fault& fault) {
 
 }  // namespace readkit
 
-// ---- Memory
-// --------------------------------------------------------------------------------------
+// ---- Memory -------------------------------------------------------------------------------------
 //
 // The program's own allocation functions come before those of the run-time library for all shared
 // libraries that it loads, and so does everything that is built on them.
@@ -389,6 +388,8 @@ void* counted(void* memory) {
 
 }  // namespace
 
+// Or clang keeps them to the program.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* malloc(std::size_t size) {
@@ -429,5 +430,6 @@ void free(void* memory) {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 
 #endif
