@@ -102,6 +102,10 @@ TEST_F(Fields, OrdinalsTakeSomeOfARegionsRecords) {
   EXPECT_EQ(column_of<std::uint32_t>(out[0]), (Numbers{2}));
   EXPECT_EQ(column_of<std::uint32_t>(out[1]), (Numbers{1, 2}));
   EXPECT_EQ(texts_in(out[2]), (Texts{"first", "third"}));
+  some.back() = host::make_column(Numbers{});
+  const Outputs none = call(some, 3);
+  EXPECT_EQ(column_of<std::uint32_t>(none[0]), (Numbers{0}));
+  EXPECT_EQ(texts_in(none[2]), Texts{});
   for (const Numbers& wrong : {Numbers{0}, Numbers{2, 2}, Numbers{3, 1}, Numbers{1, 4}}) {
     some.back() = host::make_column(wrong);
     EXPECT_CALL_FAILS(call(some, 3), "seqlab:readkit:BadIndex");
