@@ -91,6 +91,33 @@ TEST_F(CallWatched, EndedAtAnyTransferEveryCallSaysSoAndLeavesNothingOpen) {
   }
 }
 
+TEST_F(CallWatched, ACountThatIsEndedAmongItsTextsSaysSo) {
+  BamBuilder many;
+  many.refs(1, 1000);
+  const RecordBuilder record = RecordBuilder("r").at(0, 1).cigar("1M").seq("A");
+  for (int i = 0; i <= 1 << 16; ++i) many.record(record);
+  many.write(folder_, "many.bam");
+  const Function count = gateway_library().function("getFeatureCountData");
+  const auto in = inputs(text(folder_, "many.bam"), make_scalar(0.0), make_scalar(false),
+                         make_scalar(false), make_scalar(0.0));
+  std::size_t stretches = 0;
+  call_watched(count, 9, in, [&](const kxTransfer& transfer) {
+    if (*transfer.path == '\0') ++stretches;
+    return true;
+  });
+  // Of names and CIGARs, and of names of references: one of 65,536 rows and one of the last.
+  ASSERT_EQ(stretches, 4U);
+  for (std::size_t ended = 0; ended < stretches; ++ended) {
+    const LeakCheck leaks;
+    std::size_t left = ended;
+    EXPECT_CALL_FAILS(call_watched(count, 9, in,
+                                   [&](const kxTransfer& transfer) {
+                                     return *transfer.path != '\0' || left-- > 0;
+                                   }),
+                      id::kInterrupted);
+  }
+}
+
 TEST_F(CallWatched, ErrorsOfTheCallItselfStayWhatTheyAre) {
   const auto in = inputs(text(folder_, "none.bam"));
   EXPECT_CALL_FAILS(call_watched(gateway_library().function("bamInfo"), 1, in,

@@ -1,6 +1,7 @@
 #include "support/index_model.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <stdexcept>
 #include <unordered_map>
@@ -252,13 +253,14 @@ ModelRecord fixed_fields(std::string_view bytes) {
   const std::size_t name_size = number_at(bytes, 12, 1);
   r.name = bytes.substr(36, name_size - 1);
   const std::size_t ops = number_at(bytes, 16, 2);
-  r.end = ops == 0 ? r.pos + 1 : r.pos;
+  std::int64_t end = std::int64_t{r.pos} + (ops == 0 ? 1 : 0);
   for (std::size_t i = 0; i < ops; ++i) {
     const std::size_t op = number_at(bytes, 36 + name_size + 4 * i, 4);
     const std::size_t code = op & 15;
     const bool consumes = code == 0 || code == 2 || code == 3 || code == 7 || code == 8;
-    if (consumes) r.end += static_cast<int>(op >> 4);
+    if (consumes) end += static_cast<std::int64_t>(op >> 4);
   }
+  r.end = static_cast<int>(std::min<std::int64_t>(end, std::numeric_limits<int>::max()));
   return r;
 }
 
