@@ -3,8 +3,9 @@
 
     completion_test.py PROGRAM SHELL
 
-SHELL is bash, zsh or fish. Where it is not installed the test is skipped (exit status 77). In the
-shell a function takes the place of the program and prints the words that it gets.
+SHELL is bash, zsh or fish. Where it is not installed, or there are no pseudo-terminals, the test is
+skipped (exit status 77). In the shell a function takes the place of the program and prints the words
+that it gets.
 """
 
 import os
@@ -19,6 +20,8 @@ import sys
 import tempfile
 import time
 import unittest
+
+import pseudo_terminals
 
 PROGRAM = SHELL = None
 PATIENCE = 60
@@ -130,4 +133,5 @@ if __name__ == "__main__":
     if shutil.which(SHELL) is None:
         print(f"skipped: {SHELL} is not installed")
         sys.exit(77)
+    pseudo_terminals.skip_without()
     unittest.main(argv=sys.argv[:1])

@@ -2,6 +2,8 @@
 """Runs the program on a pseudo-terminal: progress, colours, interrupts, binary data.
 
     terminal_test.py PROGRAM
+
+Without pseudo-terminals it is skipped (exit status 77).
 """
 
 import fcntl
@@ -20,6 +22,7 @@ import termios
 import time
 import unittest
 
+import pseudo_terminals
 import small_bam
 
 PROGRAM = None
@@ -237,4 +240,5 @@ class TerminalTest(unittest.TestCase):
 
 if __name__ == "__main__":
     PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
+    pseudo_terminals.skip_without()
     unittest.main(argv=sys.argv[:1])
