@@ -19,7 +19,7 @@ namespace {
 // May run as a process that is about to end: nothing of it lasts.
 bool mount_disk(const std::string& folder, std::size_t bytes) {
   if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
-  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
+  if (mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0) return false;
   const std::string size = "size=" + std::to_string(bytes);
   return mount("tmpfs", folder.c_str(), "tmpfs", 0, size.c_str()) == 0;
 }
